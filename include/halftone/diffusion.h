@@ -1,0 +1,38 @@
+// Error-diffusion screens: one-bit output, serpentine scan.
+//
+// Banded screens take `control` = plane count << 8 | band position << 16
+// (1 first band, 3 last band, 0 or 2 middle band). All return 0.
+//
+// Choices where the host contract leaves room (shared by every banded screen):
+//  * a middle or last band with no first band before it allocates zeroed lines
+//    on demand (as if the job had started with no carried error);
+//  * a band whose plane count or width exceeds the lines held from the first
+//    band reallocates them zeroed;
+//  * zero width or height: the output is cleared as far as it goes, result 0.
+#pragma once
+#include "halftone/export.h"
+
+// One plane, one call: random-direction diffusion.
+HALFTONE_API int hxkjsdi67x(unsigned char* source, unsigned char* dots, unsigned int width,
+                            unsigned int height);
+
+// Random-direction banded diffusion (identical but for the argument types).
+HALFTONE_API int jsdi6yruis(unsigned char* source, unsigned char* dots, int width, int height,
+                            unsigned int control);
+HALFTONE_API int irpduix7sg(unsigned char* source, unsigned char* dots, unsigned int width,
+                            unsigned int height, unsigned int control);
+// Thirds split with tone push from the active curves.
+HALFTONE_API int sdiufiavs(unsigned char* source, unsigned char* dots, int width, int height,
+                           unsigned int control);
+// Conserving split; reseeds on a first band only.
+HALFTONE_API int sdiufiavs1(unsigned char* source, unsigned char* dots, unsigned int width,
+                            unsigned int height, unsigned int control);
+// Counter-driven split; the scan direction runs on across bands. Every plane
+// keeps its own cycle state, also beyond four planes.
+HALFTONE_API int highforces(unsigned char* source, unsigned char* dots, unsigned int width,
+                            unsigned int height, unsigned int control);
+// Inverted output (a set bit is paper): thirds, and quarters.
+HALFTONE_API int mandfanes(unsigned char* source, unsigned char* dots, int width, int height,
+                           unsigned int control);
+HALFTONE_API int orangecagn(unsigned char* source, unsigned char* dots, int width, int height,
+                            unsigned int control);

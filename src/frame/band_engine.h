@@ -1,0 +1,231 @@
+// The serpentine band engine shared by the banded diffusion screens.
+//
+// The engine owns everything the screens have in common: the band protocol
+// (lines allocated on a first band, released after a last band), the output
+// clear, reseeding, the plane loop over line-interleaved planes, the first row
+// loaded with the carried error, row alternation between the two working
+// lines, the row-end pixel and the band's last row that hands its error down
+// into the carry line for the next band.
+//
+// A screen supplies a small policy; its `pixel` member decides one pixel,
+// writes its dot or code and returns the shares of the error:
+//
+//   template <Dir D, Role R> Shares pixel(Value v, Pixel px, unsigned char* out, FeedbackRandom&)
+//
+// `v` is the working line's value at the pixel. The engine then adds
+//   * `ahead` to the next pixel in scan direction (Inner, LastInner only),
+//   * `below` to the row below (Inner, RowEnd): value lines start the cell
+//     from the next source row, error lines from `below_base`,
+//   * `below` into the carry line, written (LastInner, LastEnd), unless the
+//     policy carries only after a right-to-left last row, in which case a
+//     left-to-right last row's downward shares are lost.
+// Every role is a compile-time parameter, so each screen's rules inline into
+// one loop per row kind and direction with no per-pixel dispatch.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "frame/band_lines.h"
+#include "frame/feedback_random.h"
+#include "frame/layout.h"
+
+namespace halftone::engine {
+
+enum class Dir { Ltr, Rtl };
+
+// Where a pixel stands: inside an ordinary row, at its end, inside the band's
+// last row, or at the end of the band's last row.
+enum class Role { Inner, RowEnd, LastInner, LastEnd };
+
+constexpr bool is_last_row(Role r) { return r == Role::LastInner || r == Role::LastEnd; }
+constexpr bool is_row_end(Role r) { return r == Role::RowEnd || r == Role::LastEnd; }
+
+enum class Reseed { EveryCall, FirstBand, Never };
+
+template <class Acc>
+struct Shares {
+  Acc ahead;
+  Acc below;
+};
+
+struct Pixel {
+  std::uint32_t x;  // column
+  std::uint32_t y;  // row, counted from the band's first row
+  std::uint32_t s;  // the pixel's own source grey
+};
+
+// Defaults a policy may hide by declaring its own member of the same name.
+template <class T>
+struct PolicyBase {
+  using Value = T;
+  using Acc = std::conditional_t<std::is_floating_point_v<T>, T, std::int32_t>;
+
+  // Value lines hold source plus error and load the row below from the
+  // source; error lines hold error only and the screen adds the source.
+  static constexpr bool kValueLines = true;
+  static constexpr bool kCarryOnlyAfterRtl = false;
+  static constexpr Reseed kReseed = Reseed::EveryCall;
+  static constexpr T kCarryStart = T{};
+
+  static std::uint32_t out_stride(std::uint32_t width) { return dot_stride(width); }
+  void begin_plane(std::uint32_t /*plane*/) {}
+  Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) { return (r & 1u) ? Dir::Rtl : Dir::Ltr; }
+  // Error lines: the first row's value before the carry, and the row below's.
+  Acc first_row_base(std::uint32_t /*x*/) const { return Acc{}; }
+  Acc below_base(std::uint32_t /*x*/, std::uint32_t /*y*/) const { return Acc{}; }
+};
+
+// 16-bit lines wrap; double lines store as they are.
+inline std::int16_t store(std::int16_t, std::int32_t v) { return wrap16(v); }
+inline double store(double, double v) { return v; }
+
+template <class Policy>
+class BandEngine {
+  using T = typename Policy::Value;
+
+ public:
+  BandEngine(Policy& policy, unsigned char const* source, unsigned char* dots, std::uint32_t width,
+             std::uint32_t height, Control control)
+      : policy_(policy),
+        source_(source),
+        dots_(dots),
+        width_(width),
+        height_(height),
+        control_(control),
+        src_stride_(source_stride(width)),
+        out_stride_(Policy::out_stride(width)) {}
+
+  void run(BandLines<T>& lines) {
+    const bool allocated = lines.begin(control_, width_, Policy::kCarryStart);
+    clear_output(dots_, control_.planes, out_stride_, height_);
+    if (Policy::kReseed == Reseed::EveryCall ||
+        (Policy::kReseed == Reseed::FirstBand && control_.first_band()))
+      reseed_screening();
+    (void)allocated;
+    if (width_ != 0 && height_ != 0) {
+      LocalRandom rng;
+      for (std::uint32_t p = 0; p < control_.planes; ++p) plane(lines, p, *rng);
+    }
+    lines.end(control_);
+  }
+
+ private:
+  unsigned char const* src_row(std::uint32_t p, std::uint32_t r) const {
+    return source_ + (static_cast<std::size_t>(r) * control_.planes + p) * src_stride_;
+  }
+  unsigned char* out_row(std::uint32_t p, std::uint32_t r) const {
+    return dots_ + (static_cast<std::size_t>(r) * control_.planes + p) * out_stride_;
+  }
+
+  void plane(BandLines<T>& lines, std::uint32_t p, FeedbackRandom& rng) {
+    T* const a = lines.line_a();
+    T* const b = lines.line_b();
+    T* const carry = lines.carry(p, width_);
+    policy_.begin_plane(p);
+    unsigned char const* first = src_row(p, 0);
+    for (std::uint32_t x = 0; x < width_; ++x) {
+      if constexpr (Policy::kValueLines)
+        a[x] = store(T{}, static_cast<typename Policy::Acc>(first[x]) + carry[x]);
+      else
+        a[x] = store(T{}, policy_.first_row_base(x) + carry[x]);
+      carry[x] = T{};
+    }
+    // Row 0 of a band always sits in line A, row 1 in line B and so on,
+    // whichever direction the row runs.
+    for (std::uint32_t r = 0; r < height_; ++r) {
+      Row row{(r & 1u) ? b : a, (r & 1u) ? a : b, carry, src_row(p, r),
+              r + 1 < height_ ? src_row(p, r + 1) : nullptr, out_row(p, r), r};
+      const Dir dir = policy_.begin_row(p, r);
+      const bool last = r + 1 == height_;
+      if (dir == Dir::Ltr) {
+        if (last)
+          scan<Dir::Ltr, Role::LastInner, Role::LastEnd>(row, rng);
+        else
+          scan<Dir::Ltr, Role::Inner, Role::RowEnd>(row, rng);
+      } else {
+        if (last)
+          scan<Dir::Rtl, Role::LastInner, Role::LastEnd>(row, rng);
+        else
+          scan<Dir::Rtl, Role::Inner, Role::RowEnd>(row, rng);
+      }
+    }
+  }
+
+  struct Row {
+    T* cur;
+    T* below;
+    T* carry;
+    unsigned char const* src;
+    unsigned char const* src_next;  // null on the band's last row
+    unsigned char* out;
+    std::uint32_t y;
+  };
+
+  template <Dir D, Role Body, Role End>
+  void scan(Row const& row, FeedbackRandom& rng) {
+    std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
+    for (std::uint32_t n = width_ - 1; n != 0; --n) {
+      step<D, Body>(row, x, rng);
+      if constexpr (D == Dir::Ltr)
+        ++x;
+      else
+        --x;
+    }
+    step<D, End>(row, x, rng);
+  }
+
+  template <Dir D, Role R>
+  inline void step(Row const& row, std::uint32_t x, FeedbackRandom& rng) {
+    const auto sh =
+        policy_.template pixel<D, R>(row.cur[x], Pixel{x, row.y, row.src[x]}, row.out, rng);
+    if constexpr (!is_row_end(R)) {
+      const std::uint32_t ahead = D == Dir::Ltr ? x + 1 : x - 1;
+      row.cur[ahead] = store(T{}, row.cur[ahead] + sh.ahead);
+    }
+    if constexpr (!is_last_row(R)) {
+      if constexpr (Policy::kValueLines)
+        row.below[x] = store(T{}, static_cast<typename Policy::Acc>(row.src_next[x]) + sh.below);
+      else
+        row.below[x] = store(T{}, policy_.below_base(x, row.y) + sh.below);
+    } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
+      row.carry[x] = store(T{}, sh.below);
+    }
+  }
+
+  Policy& policy_;
+  unsigned char const* source_;
+  unsigned char* dots_;
+  std::uint32_t width_;
+  std::uint32_t height_;
+  Control control_;
+  std::uint32_t src_stride_;
+  std::uint32_t out_stride_;
+};
+
+// Screens one call of a banded job with `policy` on `lines`. Returns 0.
+template <class Policy>
+int screen(Policy& policy, BandLines<typename Policy::Value>& lines, unsigned char const* source,
+           unsigned char* dots, std::uint32_t width, std::uint32_t height, std::uint32_t control) {
+  BandEngine<Policy>(policy, source, dots, width, height, Control(control)).run(lines);
+  return 0;
+}
+
+// Sizes given as signed ints: a negative size screens nothing and clears nothing.
+constexpr std::uint32_t extent(int n) { return n < 0 ? 0u : static_cast<std::uint32_t>(n); }
+constexpr std::uint32_t extent(unsigned n) { return n; }
+
+// Integer splits, truncating toward zero as the screens define them.
+constexpr std::int32_t third(std::int32_t e) { return e / 3; }
+constexpr std::int32_t two_thirds(std::int32_t e) { return (2 * e) / 3; }
+constexpr std::int32_t half(std::int32_t e) { return e / 2; }
+constexpr std::int32_t quarter(std::int32_t e) { return e / 4; }
+constexpr std::int32_t three_quarters(std::int32_t e) { return (3 * e) / 4; }
+// Arithmetic shift right by one: rounds toward minus infinity.
+constexpr std::int32_t shift_half(std::int32_t e) { return e >> 1; }
+
+// The common dot test of the integer screens: a value of at most 128 is a dot
+// and passes itself on; a lighter value passes on value - 255.
+constexpr std::int32_t error_of(std::int32_t v) { return v <= 128 ? v : v - 255; }
+
+}  // namespace halftone::engine

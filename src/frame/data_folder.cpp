@@ -1,0 +1,72 @@
+#include "frame/data_folder.h"
+
+#include <mutex>
+
+#include "halftone/setup.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace halftone {
+namespace {
+
+constexpr char kSeparator =
+#if defined(_WIN32)
+    '\\';
+#else
+    '/';
+#endif
+
+std::mutex g_mutex;
+std::string g_folder;  // empty: the executable's folder
+bool g_folder_set = false;
+
+// The executable's path cut just after its last separator. A path with no
+// separator is used whole, as the folder part.
+std::string executable_folder() {
+  std::string path;
+#if defined(_WIN32)
+  char buffer[260] = {};
+  DWORD n = GetModuleFileNameA(nullptr, buffer, sizeof buffer);
+  path.assign(buffer, n);
+#else
+  char buffer[4096];
+  ssize_t n = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+  if (n > 0) path.assign(buffer, static_cast<std::size_t>(n));
+#endif
+  std::size_t cut = path.find_last_of(kSeparator);
+  if (cut != std::string::npos) path.resize(cut + 1);
+  return path;
+}
+
+}  // namespace
+
+std::string data_folder() {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  if (g_folder_set) return g_folder;
+  return executable_folder();
+}
+
+std::string data_path(char const* name) { return data_folder() + name; }
+
+std::string moths_path(char const* name) {
+  return data_folder() + "Moths" + kSeparator + (name ? name : "");
+}
+
+void set_data_folder(char const* folder) {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  if (folder == nullptr) {
+    g_folder.clear();
+    g_folder_set = false;
+    return;
+  }
+  g_folder = folder;
+  if (!g_folder.empty() && g_folder.back() != '/' && g_folder.back() != kSeparator)
+    g_folder += kSeparator;
+  g_folder_set = true;
+}
+
+}  // namespace halftone
