@@ -2,7 +2,7 @@
 #pragma once
 #include "halftone/export.h"
 
-#define HALFTONE_DAMPED_SCREEN(name)                                                      \
+#define HALFTONE_DAMPED_SCREEN(name)                                                    \
   HALFTONE_API int name(unsigned char* source, unsigned char* dots, unsigned int width, \
                         unsigned int height, unsigned int control)
 

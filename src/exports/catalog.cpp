@@ -9,17 +9,21 @@ namespace halftone {
 
 std::uint32_t output_stride(ScreenInfo const& info, std::uint32_t out_width) {
   switch (info.bits) {
-    case 2: return dot2_stride(out_width);
-    case 4: return dot4_stride(out_width);
-    default: return dot_stride(out_width);
+    case 2:
+      return dot2_stride(out_width);
+    case 4:
+      return dot4_stride(out_width);
+    default:
+      return dot_stride(out_width);
   }
 }
 
 std::span<ScreenInfo const> catalog() {
   static const std::vector<ScreenInfo> all = [] {
     std::vector<ScreenInfo> v;
-    for (auto part : {diffusion_catalog(), matrix_catalog(), damped_catalog(),
-                      multilevel_catalog(), loaded_catalog(), utilities_catalog()})
+    for (auto part : {diffusion_catalog(), matrix_catalog(), matrix_offset_catalog(),
+                      damped_catalog(), multilevel_catalog(), loaded_catalog(),
+                      loaded_block_catalog(), utilities_catalog(), composed_catalog()})
       v.insert(v.end(), part.begin(), part.end());
     return v;
   }();

@@ -16,12 +16,12 @@ enum class Layout {
 // What a screen reads besides its arguments, so a front end can prepare it.
 enum Needs : unsigned {
   kNeedsNothing = 0,
-  kNeedsToneSetup = 1u << 0,   // curves or parameter bytes (Itsdiufiavs)
-  kNeedsDitherMatrix = 1u << 1, // SincesKai
-  kNeedsPattern1 = 1u << 2,    // one-bit pattern bank (KaiDuaning)
-  kNeedsPattern2 = 1u << 3,    // two-bit pattern bank (NingJing)
-  kNeedsMatrixBmp = 1u << 4,   // threshold matrix (PuaningFa / PuaningFa13)
-  kNeedsBlockStack = 1u << 5,  // threshold blocks (NiceMents)
+  kNeedsToneSetup = 1u << 0,     // curves or parameter bytes (Itsdiufiavs)
+  kNeedsDitherMatrix = 1u << 1,  // SincesKai
+  kNeedsPattern1 = 1u << 2,      // one-bit pattern bank (KaiDuaning)
+  kNeedsPattern2 = 1u << 3,      // two-bit pattern bank (NingJing)
+  kNeedsMatrixBmp = 1u << 4,     // threshold matrix (PuaningFa / PuaningFa13)
+  kNeedsBlockStack = 1u << 5,    // threshold blocks (NiceMents)
 };
 
 struct ScreenInfo {
@@ -35,8 +35,8 @@ struct ScreenInfo {
   char const* summary;  // one line; says so where a member is a composition
   // Uniform call: control = planes << 8 | band << 16 (ignored by single-plane
   // entries, which screen plane 0 of the whole page in one call).
-  int (*run)(unsigned char* source, unsigned char* dots, std::uint32_t width,
-             std::uint32_t height, std::uint32_t control);
+  int (*run)(unsigned char* source, unsigned char* dots, std::uint32_t width, std::uint32_t height,
+             std::uint32_t control);
 };
 
 // Output row stride in bytes of an entry for a given output width.
@@ -45,12 +45,15 @@ std::uint32_t output_stride(ScreenInfo const& info, std::uint32_t out_width);
 std::span<ScreenInfo const> catalog();
 ScreenInfo const* find_screen(char const* name);
 
-// The families' parts of the catalog.
-std::span<ScreenInfo const> diffusion_catalog();
-std::span<ScreenInfo const> matrix_catalog();
-std::span<ScreenInfo const> damped_catalog();
-std::span<ScreenInfo const> multilevel_catalog();
-std::span<ScreenInfo const> loaded_catalog();
-std::span<ScreenInfo const> utilities_catalog();
+// The parts of the catalog, one for each file of the export table.
+std::span<ScreenInfo const> diffusion_catalog();      // exports/diffusion.cpp
+std::span<ScreenInfo const> matrix_catalog();         // exports/matrix.cpp
+std::span<ScreenInfo const> matrix_offset_catalog();  // exports/matrix_offset.cpp
+std::span<ScreenInfo const> damped_catalog();         // exports/damped.cpp
+std::span<ScreenInfo const> multilevel_catalog();     // exports/multilevel.cpp
+std::span<ScreenInfo const> loaded_catalog();         // exports/loaded.cpp
+std::span<ScreenInfo const> loaded_block_catalog();   // exports/loaded_block.cpp
+std::span<ScreenInfo const> utilities_catalog();      // exports/utilities.cpp
+std::span<ScreenInfo const> composed_catalog();       // exports/*_composed.cpp
 
 }  // namespace halftone

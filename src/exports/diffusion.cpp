@@ -1,7 +1,8 @@
 // Export table: the error-diffusion screens.
+#include "halftone/diffusion.h"
+
 #include "exports/catalog.h"
 #include "frame/band_engine.h"
-#include "halftone/diffusion.h"
 #include "screens/diffusion/screens.h"
 
 using halftone::engine::extent;
@@ -15,20 +16,20 @@ int jsdi6yruis(unsigned char* source, unsigned char* dots, int width, int height
                unsigned int control) {
   return d::random_direction(source, dots, extent(width), extent(height), control);
 }
-int irpduix7sg(unsigned char* source, unsigned char* dots, unsigned int width,
-               unsigned int height, unsigned int control) {
+int irpduix7sg(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) {
   return d::random_direction(source, dots, width, height, control);
 }
 int sdiufiavs(unsigned char* source, unsigned char* dots, int width, int height,
               unsigned int control) {
   return d::tone_push(source, dots, extent(width), extent(height), control);
 }
-int sdiufiavs1(unsigned char* source, unsigned char* dots, unsigned int width,
-               unsigned int height, unsigned int control) {
+int sdiufiavs1(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) {
   return d::conserving(source, dots, width, height, control);
 }
-int highforces(unsigned char* source, unsigned char* dots, unsigned int width,
-               unsigned int height, unsigned int control) {
+int highforces(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) {
   return d::counter_driven(source, dots, width, height, control);
 }
 int mandfanes(unsigned char* source, unsigned char* dots, int width, int height,
@@ -68,8 +69,8 @@ constexpr unsigned kTone = kNeedsToneSetup;
 const ScreenInfo kDiffusion[] = {
     {"hxkjsdi67x", "diffusion", 1, false, false, Layout::Same, 0,
      "random-direction diffusion, one plane, whole page in one call", run_hxkjsdi67x},
-    {"jsdi6yruis", "diffusion", 1, true, true, Layout::Same, 0,
-     "banded random-direction diffusion", run_jsdi6yruis},
+    {"jsdi6yruis", "diffusion", 1, true, true, Layout::Same, 0, "banded random-direction diffusion",
+     run_jsdi6yruis},
     {"irpduix7sg", "diffusion", 1, true, true, Layout::Same, 0,
      "banded random-direction diffusion (unsigned sizes)", irpduix7sg},
     {"sdiufiavs", "diffusion", 1, true, true, Layout::Same, kTone,

@@ -86,7 +86,7 @@ class BandEngine {
 
  public:
   BandEngine(Policy& policy, unsigned char const* source, unsigned char* dots, std::uint32_t width,
-             std::uint32_t height, Control control)
+             std::uint32_t height, ScreenControl control)
       : policy_(policy),
         source_(source),
         dots_(dots),
@@ -119,9 +119,9 @@ class BandEngine {
   }
 
   void plane(BandLines<T>& lines, std::uint32_t p, FeedbackRandom& rng) {
-    T* const a = lines.line_a();
-    T* const b = lines.line_b();
-    T* const carry = lines.carry(p, width_);
+    T* const a = lines.ValueLineA();
+    T* const b = lines.ValueLineB();
+    T* const carry = lines.CarryLine(p, width_);
     policy_.begin_plane(p);
     unsigned char const* first = src_row(p, 0);
     for (std::uint32_t x = 0; x < width_; ++x) {
@@ -134,8 +134,13 @@ class BandEngine {
     // Row 0 of a band always sits in line A, row 1 in line B and so on,
     // whichever direction the row runs.
     for (std::uint32_t r = 0; r < height_; ++r) {
-      Row row{(r & 1u) ? b : a, (r & 1u) ? a : b, carry, src_row(p, r),
-              r + 1 < height_ ? src_row(p, r + 1) : nullptr, out_row(p, r), r};
+      Row row{(r & 1u) ? b : a,
+              (r & 1u) ? a : b,
+              carry,
+              src_row(p, r),
+              r + 1 < height_ ? src_row(p, r + 1) : nullptr,
+              out_row(p, r),
+              r};
       const Dir dir = policy_.begin_row(p, r);
       const bool last = r + 1 == height_;
       if (dir == Dir::Ltr) {
@@ -198,7 +203,7 @@ class BandEngine {
   unsigned char* dots_;
   std::uint32_t width_;
   std::uint32_t height_;
-  Control control_;
+  ScreenControl control_;
   std::uint32_t src_stride_;
   std::uint32_t out_stride_;
 };
@@ -207,7 +212,7 @@ class BandEngine {
 template <class Policy>
 int screen(Policy& policy, BandLines<typename Policy::Value>& lines, unsigned char const* source,
            unsigned char* dots, std::uint32_t width, std::uint32_t height, std::uint32_t control) {
-  BandEngine<Policy>(policy, source, dots, width, height, Control(control)).run(lines);
+  BandEngine<Policy>(policy, source, dots, width, height, ScreenControl(control)).run(lines);
   return 0;
 }
 

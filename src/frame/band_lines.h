@@ -21,7 +21,7 @@ template <class T>
 class BandLines {
  public:
   // Returns true when the lines were (re)allocated by this call.
-  bool begin(Control control, std::size_t width, T carry_start = T{}) {
+  bool begin(ScreenControl control, std::size_t width, T carry_start = T{}) {
     const std::size_t planes = control.planes;
     if (control.first_band() || carry_ == nullptr || width > width_ ||
         planes * width > carry_size_) {
@@ -30,7 +30,7 @@ class BandLines {
     }
     return false;
   }
-  void end(Control control) {
+  void end(ScreenControl control) {
     if (control.last_band()) release();
   }
   void release() {
@@ -42,9 +42,9 @@ class BandLines {
 
   bool held() const { return carry_ != nullptr; }
   // Plane p's carry row (width values starting at p * width).
-  T* carry(std::size_t plane, std::size_t width) const { return carry_.get() + plane * width; }
-  T* line_a() const { return a_.get(); }
-  T* line_b() const { return b_.get(); }
+  T* CarryLine(std::size_t plane, std::size_t width) const { return carry_.get() + plane * width; }
+  T* ValueLineA() const { return a_.get(); }
+  T* ValueLineB() const { return b_.get(); }
 
  private:
   void allocate(std::size_t planes, std::size_t width, T carry_start) {

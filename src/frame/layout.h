@@ -12,19 +12,15 @@ constexpr std::uint32_t source_stride(std::uint32_t width) {
   return ((width * 8u + 31u) >> 3) & ~3u;
 }
 constexpr std::uint32_t dot_stride(std::uint32_t width) { return ((width + 31u) >> 3) & ~3u; }
-constexpr std::uint32_t dot2_stride(std::uint32_t width) {
-  return ((width * 2u + 31u) >> 3) & ~3u;
-}
-constexpr std::uint32_t dot4_stride(std::uint32_t width) {
-  return ((width * 4u + 31u) >> 3) & ~3u;
-}
+constexpr std::uint32_t dot2_stride(std::uint32_t width) { return ((width * 2u + 31u) >> 3) & ~3u; }
+constexpr std::uint32_t dot4_stride(std::uint32_t width) { return ((width * 4u + 31u) >> 3) & ~3u; }
 
 // The control word: plane count in bits 8-15, band position in bits 16-23.
-struct Control {
+struct ScreenControl {
   std::uint32_t planes;
   std::uint32_t band;
 
-  constexpr explicit Control(std::uint32_t word)
+  constexpr explicit ScreenControl(std::uint32_t word)
       : planes((word >> 8) & 0xFFu), band((word >> 16) & 0xFFu) {}
   constexpr bool first_band() const { return band == 1; }
   constexpr bool last_band() const { return band == 3; }
@@ -42,9 +38,7 @@ struct PlaneRows {
   std::size_t stride;
   std::size_t planes;
 
-  Byte* row(std::size_t plane, std::size_t r) const {
-    return base + (r * planes + plane) * stride;
-  }
+  Byte* row(std::size_t plane, std::size_t r) const { return base + (r * planes + plane) * stride; }
 };
 
 // Clears `planes * stride * height` bytes: the whole output of a call.

@@ -27,10 +27,10 @@ constexpr bool consistent(Run const& r) {
 }
 
 // The rise shared by curves 2-5, and its copy moved 32 places toward dark (9, 10).
-#define RISE_99 flat(0, 98, 0), ramp(99, 100, 1, 2, 1), ramp(101, 119, 4, 40, 2), \
-                ramp(120, 122, 41, 43, 1)
-#define RISE_67 flat(0, 66, 0), ramp(67, 68, 1, 2, 1), ramp(69, 87, 4, 40, 2), \
-                ramp(88, 90, 41, 43, 1)
+#define RISE_99 \
+  flat(0, 98, 0), ramp(99, 100, 1, 2, 1), ramp(101, 119, 4, 40, 2), ramp(120, 122, 41, 43, 1)
+#define RISE_67 \
+  flat(0, 66, 0), ramp(67, 68, 1, 2, 1), ramp(69, 87, 4, 40, 2), ramp(88, 90, 41, 43, 1)
 
 constexpr Run kCurve1[] = {flat(0, 101, 0), ramp(102, 106, 1, 9, 2), ramp(107, 128, 10, 31, 1),
                            flat(129, 224, 31), ramp(225, 255, 30, 0, -1)};
@@ -77,50 +77,83 @@ constexpr Run kCurve5[] = {RISE_99,
                            ramp(225, 252, 58, 4, -2),
                            ramp(253, 254, 3, 2, -1),
                            flat(255, 255, 0)};
-constexpr Run kCurve6[] = {flat(0, 101, 0),           ramp(102, 106, 1, 9, 2),
-                           ramp(107, 148, 10, 51, 1), flat(149, 214, 51),
-                           ramp(215, 227, 50, 38, -1), ramp(228, 230, 36, 34, -1),
-                           ramp(231, 233, 32, 30, -1), ramp(234, 236, 28, 26, -1),
-                           ramp(237, 239, 24, 22, -1), ramp(240, 242, 20, 18, -1),
-                           ramp(243, 245, 16, 14, -1), ramp(246, 247, 12, 11, -1),
-                           ramp(248, 249, 9, 8, -1),  ramp(250, 251, 6, 5, -1),
+constexpr Run kCurve6[] = {flat(0, 101, 0),
+                           ramp(102, 106, 1, 9, 2),
+                           ramp(107, 148, 10, 51, 1),
+                           flat(149, 214, 51),
+                           ramp(215, 227, 50, 38, -1),
+                           ramp(228, 230, 36, 34, -1),
+                           ramp(231, 233, 32, 30, -1),
+                           ramp(234, 236, 28, 26, -1),
+                           ramp(237, 239, 24, 22, -1),
+                           ramp(240, 242, 20, 18, -1),
+                           ramp(243, 245, 16, 14, -1),
+                           ramp(246, 247, 12, 11, -1),
+                           ramp(248, 249, 9, 8, -1),
+                           ramp(250, 251, 6, 5, -1),
                            ramp(252, 255, 3, 0, -1)};
-constexpr Run kCurve7[] = {flat(0, 101, 0),           ramp(102, 106, 1, 9, 2),
-                           ramp(107, 137, 10, 40, 1), ramp(138, 145, 42, 49, 1),
-                           ramp(146, 160, 51, 65, 1), flat(161, 208, 65),
-                           ramp(209, 228, 64, 45, -1), ramp(229, 230, 43, 42, -1),
-                           ramp(231, 232, 40, 39, -1), ramp(233, 234, 37, 35, -2),
-                           ramp(235, 237, 34, 30, -2), ramp(238, 240, 29, 25, -2),
-                           ramp(241, 243, 24, 20, -2), ramp(244, 245, 19, 17, -2),
-                           ramp(246, 248, 16, 12, -2), ramp(249, 251, 11, 7, -2),
+constexpr Run kCurve7[] = {flat(0, 101, 0),
+                           ramp(102, 106, 1, 9, 2),
+                           ramp(107, 137, 10, 40, 1),
+                           ramp(138, 145, 42, 49, 1),
+                           ramp(146, 160, 51, 65, 1),
+                           flat(161, 208, 65),
+                           ramp(209, 228, 64, 45, -1),
+                           ramp(229, 230, 43, 42, -1),
+                           ramp(231, 232, 40, 39, -1),
+                           ramp(233, 234, 37, 35, -2),
+                           ramp(235, 237, 34, 30, -2),
+                           ramp(238, 240, 29, 25, -2),
+                           ramp(241, 243, 24, 20, -2),
+                           ramp(244, 245, 19, 17, -2),
+                           ramp(246, 248, 16, 12, -2),
+                           ramp(249, 251, 11, 7, -2),
                            ramp(252, 255, 6, 0, -2)};
 constexpr Run kCurve8[] = {flat(0, 64, 0), ramp(65, 95, 1, 31, 1), flat(96, 223, 31),
                            ramp(224, 254, 30, 0, -1), flat(255, 255, 0)};
 constexpr Run kCurve9[] = {RISE_67, ramp(91, 112, 45, 66, 1), flat(113, 208, 66), copy(209, 4)};
-constexpr Run kCurve10[] = {RISE_67, ramp(91, 126, 45, 80, 1), flat(127, 204, 80),
-                            copy(205, 5)};
+constexpr Run kCurve10[] = {RISE_67, ramp(91, 126, 45, 80, 1), flat(127, 204, 80), copy(205, 5)};
 constexpr Run kCurve11[] = {flat(0, 69, 0), ramp(70, 74, 1, 9, 2), ramp(75, 116, 10, 51, 1),
                             flat(117, 214, 51), copy(215, 6)};
-constexpr Run kCurve12[] = {flat(0, 71, 0),            ramp(72, 76, 1, 9, 2),
-                            ramp(77, 127, 10, 60, 1),  flat(128, 208, 60),
-                            ramp(209, 227, 59, 41, -1), ramp(228, 230, 39, 37, -1),
-                            ramp(231, 233, 35, 33, -1), ramp(234, 236, 31, 29, -1),
-                            ramp(237, 239, 27, 25, -1), ramp(240, 243, 23, 20, -1),
-                            ramp(244, 245, 18, 16, -2), ramp(246, 248, 15, 11, -2),
-                            ramp(249, 251, 10, 6, -2),  ramp(252, 254, 5, 1, -2),
+constexpr Run kCurve12[] = {flat(0, 71, 0),
+                            ramp(72, 76, 1, 9, 2),
+                            ramp(77, 127, 10, 60, 1),
+                            flat(128, 208, 60),
+                            ramp(209, 227, 59, 41, -1),
+                            ramp(228, 230, 39, 37, -1),
+                            ramp(231, 233, 35, 33, -1),
+                            ramp(234, 236, 31, 29, -1),
+                            ramp(237, 239, 27, 25, -1),
+                            ramp(240, 243, 23, 20, -1),
+                            ramp(244, 245, 18, 16, -2),
+                            ramp(246, 248, 15, 11, -2),
+                            ramp(249, 251, 10, 6, -2),
+                            ramp(252, 254, 5, 1, -2),
                             flat(255, 255, 0)};
-constexpr Run kCurve13[] = {flat(0, 71, 0),            ramp(72, 76, 1, 9, 2),
-                            ramp(77, 127, 10, 60, 1),  flat(128, 216, 60),
-                            ramp(217, 230, 59, 46, -1), ramp(231, 232, 44, 43, -1),
-                            ramp(233, 234, 41, 39, -2), ramp(235, 236, 38, 36, -2),
-                            ramp(237, 239, 35, 31, -2), ramp(240, 255, 30, 0, -2)};
-constexpr Run kCurve14[] = {flat(0, 55, 0),            ramp(56, 60, 1, 9, 2),
-                            ramp(61, 119, 10, 68, 1),  ramp(120, 124, 70, 74, 1),
-                            ramp(125, 127, 76, 78, 1), flat(128, 207, 80),
-                            ramp(208, 229, 79, 58, -1), ramp(230, 237, 56, 42, -2),
-                            ramp(238, 241, 39, 33, -2), ramp(242, 245, 30, 24, -2),
-                            ramp(246, 248, 21, 17, -2), ramp(249, 251, 14, 10, -2),
-                            ramp(252, 253, 7, 5, -2),  ramp(254, 255, 2, 0, -2)};
+constexpr Run kCurve13[] = {flat(0, 71, 0),
+                            ramp(72, 76, 1, 9, 2),
+                            ramp(77, 127, 10, 60, 1),
+                            flat(128, 216, 60),
+                            ramp(217, 230, 59, 46, -1),
+                            ramp(231, 232, 44, 43, -1),
+                            ramp(233, 234, 41, 39, -2),
+                            ramp(235, 236, 38, 36, -2),
+                            ramp(237, 239, 35, 31, -2),
+                            ramp(240, 255, 30, 0, -2)};
+constexpr Run kCurve14[] = {flat(0, 55, 0),
+                            ramp(56, 60, 1, 9, 2),
+                            ramp(61, 119, 10, 68, 1),
+                            ramp(120, 124, 70, 74, 1),
+                            ramp(125, 127, 76, 78, 1),
+                            flat(128, 207, 80),
+                            ramp(208, 229, 79, 58, -1),
+                            ramp(230, 237, 56, 42, -2),
+                            ramp(238, 241, 39, 33, -2),
+                            ramp(242, 245, 30, 24, -2),
+                            ramp(246, 248, 21, 17, -2),
+                            ramp(249, 251, 14, 10, -2),
+                            ramp(252, 253, 7, 5, -2),
+                            ramp(254, 255, 2, 0, -2)};
 #undef RISE_99
 #undef RISE_67
 
@@ -133,10 +166,9 @@ constexpr CurveRuns runs_of(Run const (&r)[N]) {
   return {r, N};
 }
 constexpr CurveRuns kDefaults[kCurveCount] = {
-    {nullptr, 0},       runs_of(kCurve1),  runs_of(kCurve2),  runs_of(kCurve3),
-    runs_of(kCurve4),   runs_of(kCurve5),  runs_of(kCurve6),  runs_of(kCurve7),
-    runs_of(kCurve8),   runs_of(kCurve9),  runs_of(kCurve10), runs_of(kCurve11),
-    runs_of(kCurve12),  runs_of(kCurve13), runs_of(kCurve14)};
+    {nullptr, 0},      runs_of(kCurve1),  runs_of(kCurve2),  runs_of(kCurve3),  runs_of(kCurve4),
+    runs_of(kCurve5),  runs_of(kCurve6),  runs_of(kCurve7),  runs_of(kCurve8),  runs_of(kCurve9),
+    runs_of(kCurve10), runs_of(kCurve11), runs_of(kCurve12), runs_of(kCurve13), runs_of(kCurve14)};
 
 constexpr bool all_consistent() {
   for (CurveRuns const& c : kDefaults)
@@ -191,23 +223,35 @@ ActiveToneCurves active_curves() {
 
 CurvePair curves_for_mode(int mode) {
   switch (mode) {
-    case 1: return {1, 1};
+    case 1:
+      return {1, 1};
     case 2:
-    case 3: return {1, 4};
-    case 4: return {6, 5};
-    case 5: return {7, 5};
-    case 11: return {8, 8};
-    case 12: return {8, 9};
-    case 13: return {8, 10};
-    case 14: return {11, 10};
-    case 15: return {12, 10};
-    case 16: return {13, 10};
-    case 17: return {14, 10};
-    default: return {0, 0};
+    case 3:
+      return {1, 4};
+    case 4:
+      return {6, 5};
+    case 5:
+      return {7, 5};
+    case 11:
+      return {8, 8};
+    case 12:
+      return {8, 9};
+    case 13:
+      return {8, 10};
+    case 14:
+      return {11, 10};
+    case 15:
+      return {12, 10};
+    case 16:
+      return {13, 10};
+    case 17:
+      return {14, 10};
+    default:
+      return {0, 0};
   }
 }
 
-std::uint8_t const (&parameter_bytes())[kParameterBytes] { return state().parameters; }
+std::uint8_t const (&ScreenParameterBytes())[kParameterBytes] { return state().parameters; }
 
 namespace {
 

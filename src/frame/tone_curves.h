@@ -29,7 +29,7 @@ struct CurvePair {
 CurvePair curves_for_mode(int mode);
 
 // The nine parameter bytes parsed from the parameter string.
-std::uint8_t const (&parameter_bytes())[kParameterBytes];
+std::uint8_t const (&ScreenParameterBytes())[kParameterBytes];
 
 // Parses a parameter string into `out` (the rules of Itsdiufiavs).
 void parse_parameters(char const* text, std::uint8_t (&out)[kParameterBytes]);

@@ -23,11 +23,20 @@ inline std::vector<unsigned char> make_source(std::uint32_t width, std::uint32_t
       for (std::uint32_t x = 0; x < width; ++x) {
         unsigned char g = flat;
         switch (fill) {
-          case Fill::Flat: break;
-          case Fill::RampX: g = static_cast<unsigned char>(width > 1 ? x * 255 / (width - 1) : 0); break;
-          case Fill::RampY: g = static_cast<unsigned char>(height > 1 ? y * 255 / (height - 1) : 0); break;
-          case Fill::Noise: g = static_cast<unsigned char>(gen()); break;
-          case Fill::Edges: g = ((x / 3 + y / 2 + p) & 1) ? 255 : 0; break;
+          case Fill::Flat:
+            break;
+          case Fill::RampX:
+            g = static_cast<unsigned char>(width > 1 ? x * 255 / (width - 1) : 0);
+            break;
+          case Fill::RampY:
+            g = static_cast<unsigned char>(height > 1 ? y * 255 / (height - 1) : 0);
+            break;
+          case Fill::Noise:
+            g = static_cast<unsigned char>(gen());
+            break;
+          case Fill::Edges:
+            g = ((x / 3 + y / 2 + p) & 1) ? 255 : 0;
+            break;
         }
         v[(static_cast<std::size_t>(y) * planes + p) * stride + x] = g;
       }

@@ -28,7 +28,7 @@ std::vector<Cycle>& cycles() {
 struct CounterDriven : engine::PolicyBase<std::int16_t> {
   Cycle* cycle = nullptr;
 
-  CounterDriven(Control control) {
+  CounterDriven(ScreenControl control) {
     if (control.first_band()) cycles().clear();
     if (cycles().size() < control.planes) cycles().resize(control.planes);
   }
@@ -59,7 +59,7 @@ struct CounterDriven : engine::PolicyBase<std::int16_t> {
 
 int counter_driven(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                    std::uint32_t height, std::uint32_t control) {
-  CounterDriven policy{Control(control)};
+  CounterDriven policy{ScreenControl(control)};
   return engine::screen(policy, shared_lines(), source, dots, width, height, control);
 }
 
