@@ -1,0 +1,109 @@
+// The offset-matrix serpentine: diffusion whose every cell of the row below
+// starts from an entry of the offset matrix (its top-left 240 x 240 corner
+// tiled over the page), with the error of each pixel going two ways, along the
+// row and straight down, and the tone curves adding noise at every other
+// column.
+//
+// The rules live here as a policy template so that a screen with another
+// per-pixel decision (two-bit codes, say) can run the same serpentine: it
+// supplies a quantiser with
+//
+//   static std::uint32_t out_stride(std::uint32_t width);
+//   std::int32_t operator()(std::int32_t value, engine::Pixel px, unsigned char* out_row);
+//
+// which writes the pixel's dot or code and returns the error it passes on.
+#pragma once
+#include <cstdint>
+
+#include "frame/band_engine.h"
+#include "frame/tone_curves.h"
+#include "screens/loaded/stores.h"
+
+namespace halftone::matrix {
+
+using engine::Dir;
+using engine::Pixel;
+using engine::Role;
+
+// Rows and columns of the offset matrix that are tiled over the page.
+constexpr std::uint32_t kOffsetTile = 240;
+
+// One bit a pixel: a value of at most 128 is a dot and passes itself on; a
+// lighter value passes on value - 255.
+struct OneBitDot {
+  static std::uint32_t out_stride(std::uint32_t width) { return dot_stride(width); }
+  std::int32_t operator()(std::int32_t v, Pixel px, unsigned char* out) const {
+    const bool dot = v <= 128;
+    out[px.x >> 3] |= static_cast<unsigned char>(static_cast<unsigned>(dot) << (7u - (px.x & 7u)));
+    return dot ? v : v - 255;
+  }
+};
+
+// How a pixel's error is split and what seeds the row below.
+//  * Matrix: the row below starts from the matrix row of that row; going right
+//    a third goes down (e / 3) and the rest along, with curve B noise at even
+//    columns; going left two thirds ((2e) / 3) go along and the rest down, with
+//    curve A noise at odd columns. No random draws.
+//  * Random: the lines start from zero (first row: the carry alone); one draw a
+//    pixel whose bit 0 picks thirds (1) or quarters (0): going right the share
+//    down is e / 3 or (3e) / 4, going left the share along is (2e) / 3 or
+//    e / 4; only the leftward rows take noise (curve A at odd columns).
+// The two directions differ on purpose. Every division truncates toward zero.
+enum class Splits { Matrix, Random };
+
+template <class Quantiser, Splits kSplits = Splits::Matrix>
+struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
+  // The lines hold error only; the source grey is added at each pixel.
+  static constexpr bool kValueLines = false;
+  // A left-to-right last row leaves its downward shares in the working line,
+  // where the next band overwrites them: only a right-to-left last row hands
+  // error to the next band.
+  static constexpr bool kCarryOnlyAfterRtl = true;
+  static constexpr bool kMatrix = kSplits == Splits::Matrix;
+
+  Quantiser quantise{};
+  ActiveToneCurves curves = active_curves();
+  // Matrix row of the row below the one being screened: rows count from the
+  // call's first row, so the phase restarts with every band and plane.
+  std::int16_t const* below_row = ThresholdOffsetMatrix[1];
+
+  static std::uint32_t out_stride(std::uint32_t width) { return Quantiser::out_stride(width); }
+
+  Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) {
+    below_row = ThresholdOffsetMatrix[(r + 1) % kOffsetTile];
+    return (r & 1u) ? Dir::Rtl : Dir::Ltr;
+  }
+  Acc first_row_base(std::uint32_t x) const {
+    if constexpr (kMatrix) return ThresholdOffsetMatrix[0][x % kOffsetTile];
+    return 0;
+  }
+  Acc below_base(std::uint32_t x, std::uint32_t /*y*/) const {
+    if constexpr (kMatrix) return below_row[x % kOffsetTile];
+    return 0;
+  }
+
+  // Every pixel runs the same rule; the engine drops the along share at the
+  // row's end. Sums are 32-bit; only the lines wrap to 16 bits.
+  template <Dir D, Role R>
+  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+    std::int32_t e = quantise(std::int32_t{v} + static_cast<std::int32_t>(px.s), px, out);
+    const bool thirds = kMatrix || rng.bit() != 0;
+    if constexpr (D == Dir::Ltr) {
+      if (kMatrix && !(px.x & 1u)) e += curves.b[px.s];
+      const std::int32_t down = thirds ? engine::third(e) : engine::three_quarters(e);
+      return {e - down, down};
+    } else {
+      if (px.x & 1u) e += curves.a[px.s];
+      const std::int32_t along = thirds ? engine::two_thirds(e) : engine::quarter(e);
+      return {along, e - along};
+    }
+  }
+};
+
+// The one-bit screens on the shared integer lines. Return 0.
+int offset_matrix(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                  std::uint32_t height, std::uint32_t control);
+int offset_random_split(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                        std::uint32_t height, std::uint32_t control);
+
+}  // namespace halftone::matrix
