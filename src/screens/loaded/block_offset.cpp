@@ -1,0 +1,125 @@
+// Block-offset diffusion: serpentine two-neighbour diffusion whose pixels are
+// biased by a 16 x 16 tile chosen by grey value, in 16-bit and double
+// precision, and the random-split member that shares their frame.
+#include "screens/loaded/block_offset.h"
+
+#include "frame/band_engine.h"
+#include "frame/band_lines.h"
+#include "frame/tone_curves.h"
+#include "screens/loaded/stores.h"
+
+namespace halftone::loaded {
+
+double const BlockOffsetDouble[65536] = {};
+
+namespace {
+
+using engine::Dir;
+using engine::Pixel;
+using engine::Role;
+
+// What the three screens share: the lines hold error only (the carry is
+// copied straight into the first row, each row below is overwritten by its
+// share), a left-to-right last row's downward shares are lost so that only a
+// right-to-left last row reaches the next band, and the generator is reseeded
+// on a first band only.
+template <class T>
+struct BlockFrame : engine::PolicyBase<T> {
+  using Acc = typename engine::PolicyBase<T>::Acc;
+  static constexpr bool kValueLines = false;
+  static constexpr bool kCarryOnlyAfterRtl = true;
+  static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
+
+  // At most 128 is a dot and passes itself on; otherwise t - 255 goes on.
+  static Acc quantise(Acc t, std::uint32_t x, unsigned char* out) {
+    const bool dot = t <= Acc{128};
+    out[x >> 3] |= static_cast<unsigned char>(static_cast<unsigned>(dot) << (7u - (x & 7u)));
+    return dot ? t : t - Acc{255};
+  }
+
+  // Block v, tile row y mod 16, tile column x mod 16.
+  static std::uint32_t offset_index(Pixel px) {
+    return px.s * 256u + (px.y & 15u) * 16u + (px.x & 15u);
+  }
+};
+
+constexpr std::int32_t halve(std::int32_t t) { return t / 2; }
+constexpr double halve(double t) { return t * 0.5; }
+
+// Offset by grey and tile position, then half along and the rest down.
+template <class T>
+struct HalfSplit : BlockFrame<T> {
+  using Acc = typename BlockFrame<T>::Acc;
+  T const* offsets;
+
+  explicit HalfSplit(T const* table) : offsets(table) {}
+
+  template <Dir D, Role R>
+  engine::Shares<Acc> pixel(T v, Pixel px, unsigned char* out, FeedbackRandom&) {
+    Acc t = static_cast<Acc>(v) + static_cast<Acc>(px.s);
+    t = this->quantise(t + static_cast<Acc>(offsets[this->offset_index(px)]), px.x, out);
+    const Acc h = halve(t);
+    return {h, t - h};
+  }
+};
+
+// The share down for a pixel of grey s with (biased) error t and draw r.
+template <Dir D>
+std::int32_t random_down(std::int32_t t, std::uint32_t s, std::uint32_t r) {
+  const std::int32_t third = engine::third(t);
+  if (s >= 176) return (r & 1u) ? third : t - third;
+  switch (r & 3u) {
+    case 0:
+      return third;
+    case 1:
+      if (s >= 141) return t - third;
+      // Light-to-mid greys exchange cases 1 and 2 between the directions.
+      return D == Dir::Ltr ? third : t;
+    case 2:
+      if (s >= 141) return engine::half(t);
+      return D == Dir::Ltr ? t : third;
+    default:
+      return 0;
+  }
+}
+
+// No offsets: the error, biased by the curves (second curve at even columns
+// going right, first curve at odd columns going left; the dot is already
+// set), is split on one full draw a pixel.
+struct RandomSplit : BlockFrame<std::int16_t> {
+  ActiveToneCurves curves = active_curves();
+
+  template <Dir D, Role R>
+  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+    std::int32_t t = quantise(std::int32_t{v} + static_cast<std::int32_t>(px.s), px.x, out);
+    if constexpr (D == Dir::Ltr) {
+      if (!(px.x & 1u)) t += curves.b[px.s];
+    } else {
+      if (px.x & 1u) t += curves.a[px.s];
+    }
+    const std::int32_t down = random_down<D>(t, px.s, rng.draw());
+    return {t - down, down};
+  }
+};
+
+}  // namespace
+
+int block_offset(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                 std::uint32_t height, std::uint32_t control) {
+  HalfSplit<std::int16_t> policy(ThresholdBlockStack);
+  return engine::screen(policy, shared_lines(), source, dots, width, height, control);
+}
+
+int block_offset_double(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                        std::uint32_t height, std::uint32_t control) {
+  HalfSplit<double> policy(BlockOffsetDouble);
+  return engine::screen(policy, block_offset_double_lines(), source, dots, width, height, control);
+}
+
+int block_random_split(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                       std::uint32_t height, std::uint32_t control) {
+  RandomSplit policy;
+  return engine::screen(policy, shared_lines(), source, dots, width, height, control);
+}
+
+}  // namespace halftone::loaded
