@@ -167,27 +167,35 @@ class BandEngine {
     std::uint32_t y;
   };
 
+  // The share sent ahead goes to the very next pixel of the scan, which is
+  // handled next; it is kept in a register instead of being stored in the
+  // current line and read back (a current line's cells are dead once read).
+  //
+  // The generator is drawn from a copy local to the row: nothing the loop
+  // writes through the output pointer can then alias its state, so it stays
+  // in registers.
   template <Dir D, Role Body, Role End>
-  void scan(Row const& row, FeedbackRandom& rng) {
+  void scan(Row const& row, FeedbackRandom& shared_rng) {
+    using Acc = typename Policy::Acc;
+    FeedbackRandom rng = shared_rng;
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
+    Acc ahead{};
     for (std::uint32_t n = width_ - 1; n != 0; --n) {
-      step<D, Body>(row, x, rng);
+      ahead = step<D, Body>(row, x, ahead, rng);
       if constexpr (D == Dir::Ltr)
         ++x;
       else
         --x;
     }
-    step<D, End>(row, x, rng);
+    (void)step<D, End>(row, x, ahead, rng);
+    shared_rng = rng;
   }
 
   template <Dir D, Role R>
-  inline void step(Row const& row, std::uint32_t x, FeedbackRandom& rng) {
-    const auto sh =
-        policy_.template pixel<D, R>(row.cur[x], Pixel{x, row.y, row.src[x]}, row.out, rng);
-    if constexpr (!is_row_end(R)) {
-      const std::uint32_t ahead = D == Dir::Ltr ? x + 1 : x - 1;
-      row.cur[ahead] = store(T{}, row.cur[ahead] + sh.ahead);
-    }
+  inline typename Policy::Acc step(Row const& row, std::uint32_t x, typename Policy::Acc incoming,
+                                   FeedbackRandom& rng) {
+    const T v = store(T{}, row.cur[x] + incoming);
+    const auto sh = policy_.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, row.out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)
         row.below[x] = store(T{}, static_cast<typename Policy::Acc>(row.src_next[x]) + sh.below);
@@ -196,6 +204,7 @@ class BandEngine {
     } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
       row.carry[x] = store(T{}, sh.below);
     }
+    return sh.ahead;
   }
 
   Policy& policy_;

@@ -33,11 +33,15 @@ inline std::int32_t quantise_inverted(std::int16_t v, Pixel px, unsigned char* o
   return wrap16(paper ? v - 255 : v);
 }
 
-// Picks entry r of a four-case rule table without branching.
+// Picks entry r (0-3) of a four-case rule table with masks, no branch and no
+// memory round trip.
 inline std::int32_t pick(std::uint32_t r, std::int32_t c0, std::int32_t c1, std::int32_t c2,
                          std::int32_t c3) {
-  const std::int32_t table[4] = {c0, c1, c2, c3};
-  return table[r];
+  const std::int32_t odd = -static_cast<std::int32_t>(r & 1u);
+  const std::int32_t high = -static_cast<std::int32_t>((r >> 1) & 1u);
+  const std::int32_t low_pair = (c0 & ~odd) | (c1 & odd);
+  const std::int32_t high_pair = (c2 & ~odd) | (c3 & odd);
+  return (low_pair & ~high) | (high_pair & high);
 }
 
 }  // namespace halftone::diffusion

@@ -1,0 +1,217 @@
+// The error-diffusion screens against the plain model, and their edge cases.
+#include "halftone/diffusion.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "frame/band_engine.h"
+#include "halftone/setup.h"
+#include "reference_model.h"
+#include "support/images.h"
+
+namespace halftone::test {
+namespace {
+
+int call_library(Kind kind, unsigned char* src, unsigned char* out, std::uint32_t w,
+                 std::uint32_t h, std::uint32_t control) {
+  const int iw = static_cast<int>(w), ih = static_cast<int>(h);
+  switch (kind) {
+    case Kind::Page:
+      return hxkjsdi67x(src, out, w, h);
+    case Kind::Random:
+      return (control & 0x10000u) ? jsdi6yruis(src, out, iw, ih, control)
+                                  : irpduix7sg(src, out, w, h, control);
+    case Kind::TonePush:
+      return sdiufiavs(src, out, iw, ih, control);
+    case Kind::Conserving:
+      return sdiufiavs1(src, out, w, h, control);
+    case Kind::Counter:
+      return highforces(src, out, w, h, control);
+    case Kind::InvertedThirds:
+      return mandfanes(src, out, iw, ih, control);
+    case Kind::InvertedQuarters:
+      return orangecagn(src, out, iw, ih, control);
+  }
+  return -1;
+}
+
+constexpr Kind kAll[] = {
+    Kind::Page,    Kind::Random,         Kind::TonePush,        Kind::Conserving,
+    Kind::Counter, Kind::InvertedThirds, Kind::InvertedQuarters};
+
+// Screens a job band by band through the library and through the model,
+// comparing every band's output and the bytes after it.
+void compare_job(Kind kind, std::uint32_t width, std::uint32_t planes,
+                 std::vector<std::uint32_t> const& heights, std::vector<std::uint32_t> const& bands,
+                 Fill fill, std::uint32_t seed, DiffusionModel& model) {
+  for (std::size_t i = 0; i < heights.size(); ++i) {
+    const std::uint32_t h = heights[i];
+    auto src = make_source(width, h, planes, fill, seed + static_cast<std::uint32_t>(i), 129);
+    const std::size_t n = static_cast<std::size_t>(dot_stride(width)) * h * planes;
+    Output lib(n), ref(n);
+    const std::uint32_t seconds = seed * 7 + static_cast<std::uint32_t>(i);
+    pin_seed_time(seconds);
+    model.seconds = seconds;
+    const std::uint32_t control = make_control(planes, bands[i]);
+    ASSERT_EQ(call_library(kind, src.data(), lib.data(), width, h, control), 0);
+    model.call(kind, src.data(), ref.data(), width, h, control);
+    ASSERT_EQ(lib.body(), ref.body()) << "band " << i << " kind " << static_cast<int>(kind)
+                                      << " width " << width << " height " << h;
+    ASSERT_TRUE(lib.guard_intact());
+    ASSERT_TRUE(padding_clear(lib.body(), width, h * planes));
+  }
+}
+
+TEST(Diffusion, AgreesWithPlainModelOnRandomBandedJobs) {
+  std::mt19937 gen(2024);
+  DiffusionModel model;
+  for (int job = 0; job < 1500; ++job) {
+    const Kind kind = kAll[gen() % std::size(kAll)];
+    const std::uint32_t width = 1 + gen() % 70;
+    const std::uint32_t planes =
+        kind == Kind::Page ? 1 : 1 + gen() % (kind == Kind::Counter ? 6 : 4);
+    const std::size_t count = kind == Kind::Page ? 1 : 1 + gen() % 4;
+    std::vector<std::uint32_t> heights, bands;
+    for (std::size_t i = 0; i < count; ++i) {
+      heights.push_back(1 + gen() % 20);
+      bands.push_back(i == 0 ? 1 : (i + 1 == count ? 3 : (gen() & 1) * 2));
+    }
+    Itsdiufiavs(static_cast<int>(gen() % 19), "");
+    const Fill fill = static_cast<Fill>(gen() % 5);
+    compare_job(kind, width, planes, heights, bands, fill, static_cast<std::uint32_t>(job), model);
+    if (HasFatalFailure()) return;
+  }
+  Itsdiufiavs(0, "");
+  unpin_seed_time();
+}
+
+TEST(Diffusion, FlatFieldsGiveAllOrNothing) {
+  struct Case {
+    Kind kind;
+    unsigned char grey;
+    bool all_set;  // every pixel bit set, else none
+  };
+  Itsdiufiavs(2, "");
+  for (Case c : {Case{Kind::Page, 0, true}, Case{Kind::Page, 255, false},
+                 Case{Kind::Random, 0, true}, Case{Kind::Random, 255, false},
+                 Case{Kind::TonePush, 0, true}, Case{Kind::TonePush, 255, false},
+                 Case{Kind::Conserving, 0, true}, Case{Kind::Conserving, 255, false},
+                 Case{Kind::Counter, 0, true}, Case{Kind::Counter, 255, false},
+                 Case{Kind::InvertedThirds, 0, false}, Case{Kind::InvertedThirds, 255, true},
+                 Case{Kind::InvertedQuarters, 0, false}, Case{Kind::InvertedQuarters, 255, true}}) {
+    SCOPED_TRACE(static_cast<int>(c.kind));
+    const std::uint32_t w = 37, h = 9, planes = c.kind == Kind::Page ? 1 : 3;
+    auto src = make_source(w, h, planes, Fill::Flat, 1, c.grey);
+    Output out(static_cast<std::size_t>(dot_stride(w)) * h * planes);
+    call_library(c.kind, src.data(), out.data(), w, h, make_control(planes, 1));
+    for (std::uint32_t r = 0; r < h * planes; ++r)
+      for (std::uint32_t x = 0; x < w; ++x)
+        ASSERT_EQ(bit_at(out.data() + r * dot_stride(w), x), c.all_set) << r << "," << x;
+    EXPECT_TRUE(padding_clear(out.body(), w, h * planes));
+    EXPECT_TRUE(out.guard_intact());
+    call_library(c.kind, src.data(), out.data(), w, h, make_control(planes, 3));
+  }
+  Itsdiufiavs(0, "");
+}
+
+// A white pixel that receives enough negative error is inked by the screens
+// without the white-pixel rule and never by the screens with it.
+TEST(Diffusion, WhitePixelRule) {
+  const std::uint32_t w = 64, h = 64;
+  auto src = make_source(w, h, 1, Fill::Flat, 1, 160);
+  for (std::uint32_t y = 0; y < h; ++y)
+    for (std::uint32_t x = 0; x < w; ++x)
+      if ((x * 7 + y * 3) % 5 == 0) src[y * w + x] = 255;
+  for (Kind kind : {Kind::TonePush, Kind::Conserving, Kind::Random, Kind::InvertedThirds,
+                    Kind::InvertedQuarters}) {
+    Output out(dot_stride(w) * h);
+    call_library(kind, src.data(), out.data(), w, h, make_control(1, 1));
+    const bool inverted = kind == Kind::InvertedThirds || kind == Kind::InvertedQuarters;
+    int white_inked = 0;
+    for (std::uint32_t r = 0; r < h; ++r)
+      for (std::uint32_t x = 0; x < w; ++x)
+        white_inked +=
+            bit_at(out.data() + r * dot_stride(w), x) != inverted && src[r * w + x] == 255;
+    const bool rule =
+        kind == Kind::TonePush || kind == Kind::Conserving || kind == Kind::InvertedThirds;
+    EXPECT_EQ(white_inked == 0, rule) << static_cast<int>(kind) << ": " << white_inked;
+  }
+}
+
+TEST(Diffusion, ZeroSizesClearOnlyWhatTheyCover) {
+  for (Kind kind : kAll) {
+    unsigned char src[8] = {};
+    Output out(0);
+    EXPECT_EQ(call_library(kind, src, out.data(), 0, 5, make_control(2, 1)), 0);
+    EXPECT_EQ(call_library(kind, src, out.data(), 5, 0, make_control(2, 3)), 0);
+    EXPECT_TRUE(out.guard_intact());
+  }
+  // Negative sizes through the signed entry points screen nothing.
+  unsigned char src[8] = {};
+  Output out(0);
+  EXPECT_EQ(sdiufiavs(src, out.data(), -4, 3, make_control(1, 1)), 0);
+  EXPECT_EQ(mandfanes(src, out.data(), 4, -3, make_control(1, 3)), 0);
+  EXPECT_TRUE(out.guard_intact());
+}
+
+// Bands that arrive with no first band before them run on fresh lines, and
+// a band wider than the job's first band does not overrun the lines.
+TEST(Diffusion, MiddleBandWithoutFirstBandIsSafe) {
+  const std::uint32_t w = 50, h = 4;
+  auto src = make_source(w, h, 2, Fill::Noise, 3);
+  for (Kind kind : kAll) {
+    if (kind == Kind::Page) continue;
+    Output out(dot_stride(w) * h * 2);
+    unsigned char tiny[4] = {9, 9, 9, 9};
+    Output small(dot_stride(1));
+    call_library(kind, tiny, small.data(), 1, 1, make_control(1, 1));
+    EXPECT_EQ(call_library(kind, src.data(), out.data(), w, h, make_control(2, 2)), 0);
+    EXPECT_EQ(call_library(kind, src.data(), out.data(), w, h, make_control(2, 3)), 0);
+    EXPECT_EQ(call_library(kind, src.data(), out.data(), w, h, make_control(2, 0)), 0);
+    EXPECT_TRUE(out.guard_intact());
+  }
+}
+
+// Only the carried line crosses a band seam: the second band of a job differs
+// from the same rows screened as a first band only through that line, so a
+// job whose first band ends in white (zero error) gives identical second bands.
+TEST(Diffusion, OnlyTheCarryCrossesTheSeam) {
+  const std::uint32_t w = 40;
+  pin_seed_time(99);
+  for (Kind kind : {Kind::Random, Kind::TonePush, Kind::InvertedThirds, Kind::InvertedQuarters}) {
+    auto white = make_source(w, 3, 1, Fill::Flat, 1, 255);
+    auto grey = make_source(w, 5, 1, Fill::RampX, 1);
+    Output a(dot_stride(w) * 3), b(dot_stride(w) * 5), c(dot_stride(w) * 5);
+    call_library(kind, white.data(), a.data(), w, 3, make_control(1, 1));
+    call_library(kind, grey.data(), b.data(), w, 5, make_control(1, 2));
+    call_library(kind, grey.data(), c.data(), w, 5, make_control(1, 1));
+    EXPECT_EQ(b.body(), c.body()) << static_cast<int>(kind);
+  }
+  unpin_seed_time();
+}
+
+}  // namespace
+}  // namespace halftone::test
+
+namespace halftone::test {
+namespace {
+
+TEST(Diffusion, SplitsTruncateTowardZero) {
+  struct Case {
+    std::int32_t e, third, two_thirds, quarter, three_quarters, half, shift;
+  };
+  for (Case c : {Case{-5, -1, -3, -1, -3, -2, -3}, Case{-7, -2, -4, -1, -5, -3, -4},
+                 Case{5, 1, 3, 1, 3, 2, 2}, Case{-1, 0, 0, 0, 0, 0, -1}}) {
+    EXPECT_EQ(engine::third(c.e), c.third) << c.e;
+    EXPECT_EQ(engine::two_thirds(c.e), c.two_thirds) << c.e;
+    EXPECT_EQ(engine::quarter(c.e), c.quarter) << c.e;
+    EXPECT_EQ(engine::three_quarters(c.e), c.three_quarters) << c.e;
+    EXPECT_EQ(engine::half(c.e), c.half) << c.e;
+    EXPECT_EQ(engine::shift_half(c.e), c.shift) << c.e;
+  }
+}
+
+}  // namespace
+}  // namespace halftone::test
