@@ -1,0 +1,228 @@
+// Oriented random-direction diffusion: the standard generator picks one of two
+// (or four) neighbours for each pixel's error; the placement turns the output.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+
+#include "frame/feedback_random.h"
+#include "frame/layout.h"
+#include "utilities/entries.h"
+#include "utilities/serpentine.h"
+#include "utilities/standard_random.h"
+
+namespace halftone::utilities {
+namespace {
+
+// A dot below 129 in every row. A pick is rand() mod N: with two neighbours
+// 0 ahead, 1 below; with four 0 ahead, 1 below and ahead, 2 below, 3 below and
+// behind. The last row draws too and loses whatever would go below.
+template <int N>
+struct OrientedRule {
+  static_assert(N == 2 || N == 4);
+  int const* tone;
+  StandardRandom rng;
+
+  std::uint32_t value(unsigned char grey) const { return static_cast<std::uint32_t>(tone[grey]); }
+
+  template <bool, bool>
+  bool dot(std::int32_t v) const {
+    return v < 129;
+  }
+
+  template <bool, bool>
+  Target pick() {
+    const std::uint32_t r = rng.next();
+    if constexpr (N == 2) {
+      return (r & 1u) ? Target::Below : Target::Ahead;
+    } else {
+      constexpr Target kPicks[4] = {Target::Ahead, Target::BelowAhead, Target::Below,
+                                    Target::BelowBehind};
+      return kPicks[r & 3u];
+    }
+  }
+};
+
+// Source column x becomes output row x, source row y output column y.
+struct PlaceTransposed {
+  static constexpr bool kTurned = true;
+  unsigned char* dots;
+  std::size_t stride;
+  std::size_t byte = 0;
+  unsigned char mask = 0;
+
+  PlaceTransposed(unsigned char* d, std::uint32_t, std::uint32_t height)
+      : dots(d), stride(dot_stride(height)) {}
+  void begin_row(std::uint32_t y, Dir, bool) {
+    byte = y >> 3;
+    mask = static_cast<unsigned char>(0x80u >> (y & 7u));
+  }
+  void dot(std::uint32_t x) { dots[x * stride + byte] |= mask; }
+};
+
+// Source (x, y) becomes output row width - 1 - x, column height - 1 - y; the
+// bit is counted from the least significant end, aligned by the height.
+struct PlaceAntiTransposed {
+  static constexpr bool kTurned = true;
+  unsigned char* dots;
+  std::size_t stride;
+  std::uint32_t width, height;
+  std::size_t byte = 0;
+  unsigned char mask = 0;
+
+  PlaceAntiTransposed(unsigned char* d, std::uint32_t w, std::uint32_t h)
+      : dots(d), stride(dot_stride(h)), width(w), height(h) {}
+  void begin_row(std::uint32_t y, Dir, bool) {
+    byte = (height - 1u - y) >> 3;
+    mask = static_cast<unsigned char>(1u << ((y + 8u - height % 8u) % 8u));
+  }
+  void dot(std::uint32_t x) { dots[(width - 1u - x) * stride + byte] |= mask; }
+};
+
+// Source row y becomes output row height - 1 - y.
+struct PlaceUpsideDown {
+  static constexpr bool kTurned = false;
+  unsigned char* dots;
+  std::size_t stride;
+  std::uint32_t height;
+  unsigned char* out = nullptr;
+
+  PlaceUpsideDown(unsigned char* d, std::uint32_t width, std::uint32_t h)
+      : dots(d), stride(dot_stride(width)), height(h) {}
+  void begin_row(std::uint32_t y, Dir, bool) { out = dots + (height - 1u - y) * stride; }
+  void dot(std::uint32_t x) { set_dot(out, x); }
+};
+
+// A half turn for some rows only. Left-to-right rows above the last stay as
+// they are. A right-to-left row goes to row height - 1 - y, byte
+// (width - 1 - x) / 8, and a left-to-right last row to row 0, always byte
+// (width - 1) / 8; both set bit (x + 8 - height mod 8) mod 8 counted from the
+// least significant end, aligned by the height even though the row is as wide
+// as the source. Such a bit may land in a row's padding.
+struct PlacePartialHalfTurn {
+  static constexpr bool kTurned = false;
+  enum class Mode { Unturned, Turned, LastByte };
+  unsigned char* dots;
+  std::size_t stride;
+  std::uint32_t width, height, align;
+  unsigned char* out = nullptr;
+  Mode mode = Mode::Unturned;
+
+  PlacePartialHalfTurn(unsigned char* d, std::uint32_t w, std::uint32_t h)
+      : dots(d), stride(dot_stride(w)), width(w), height(h), align(8u - h % 8u) {}
+  void begin_row(std::uint32_t y, Dir dir, bool last) {
+    if (dir == Dir::Ltr && !last) {
+      out = dots + y * stride;
+      mode = Mode::Unturned;
+    } else {
+      out = dots + (height - 1u - y) * stride;  // row 0 for the last row
+      mode = dir == Dir::Rtl ? Mode::Turned : Mode::LastByte;
+    }
+  }
+  void dot(std::uint32_t x) {
+    const auto bit = static_cast<unsigned char>(1u << ((x + align) % 8u));
+    switch (mode) {
+      case Mode::Unturned:
+        set_dot(out, x);
+        break;
+      case Mode::Turned:
+        out[(width - 1u - x) >> 3] |= bit;
+        break;
+      case Mode::LastByte:
+        out[(width - 1u) >> 3] |= bit;
+        break;
+    }
+  }
+};
+
+template <int N, class Place>
+void diffuse(unsigned char const* source, std::uint32_t width, std::uint32_t height,
+             int const* tone, Place& place) {
+  OrientedRule<N> rule{tone, StandardRandom(seed_seconds())};
+  (void)serpentine(source, width, height, rule, place);
+}
+
+// Sizes of 0 or below clear nothing (the output's formulas give no bytes) and
+// draw nothing.
+constexpr bool empty(int width, int height) { return width <= 0 || height <= 0; }
+
+template <int N, class Place>
+int direct(unsigned char const* source, unsigned char* dots, int width, int height,
+           int const* tone) {
+  if (empty(width, height)) return 0;
+  const auto w = static_cast<std::uint32_t>(width);
+  const auto h = static_cast<std::uint32_t>(height);
+  Place place(dots, w, h);
+  clear_output(dots, 1, place.stride, Place::kTurned ? w : h);
+  diffuse<N>(source, w, h, tone, place);
+  return 0;
+}
+
+// Screens into a scratch image of the source's orientation, then moves every
+// scratch pixel (x, y) to output row x, column y (`Flip`: column
+// height - 1 - y), eight source columns at a time plus the width mod 8 rest.
+template <bool Flip>
+int via_scratch(unsigned char const* source, unsigned char* dots, int width, int height,
+                int const* tone) {
+  if (empty(width, height)) return 0;
+  const auto w = static_cast<std::uint32_t>(width);
+  const auto h = static_cast<std::uint32_t>(height);
+  const std::size_t out_stride = dot_stride(h);
+  clear_output(dots, 1, out_stride, w);
+
+  PlaceAsSource place(nullptr, w, h);
+  std::unique_ptr<unsigned char[]> scratch(new (std::nothrow) unsigned char[place.stride * h]());
+  if (!scratch) return 0;
+  place.dots = scratch.get();
+  diffuse<2>(source, w, h, tone, place);
+
+  auto spread = [&](unsigned char bits, std::uint32_t x0, std::uint32_t n, unsigned char* out,
+                    unsigned char mask) {
+    for (std::uint32_t j = 0; j < n; ++j)
+      if (bits & (0x80u >> j)) out[(x0 + j) * out_stride] |= mask;
+  };
+  for (std::uint32_t y = 0; y < h; ++y) {
+    unsigned char const* in = scratch.get() + y * place.stride;
+    const std::uint32_t column = Flip ? h - 1u - y : y;
+    unsigned char* out = dots + (column >> 3);
+    const auto mask = static_cast<unsigned char>(0x80u >> (column & 7u));
+    const std::uint32_t whole = w >> 3;
+    for (std::uint32_t k = 0; k < whole; ++k)
+      if (in[k]) spread(in[k], k * 8u, 8u, out, mask);
+    if (w & 7u) spread(in[whole], whole * 8u, w & 7u, out, mask);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int four_neighbours(unsigned char const* source, unsigned char* dots, int width, int height,
+                    int const* tone) {
+  return direct<4, PlaceAsSource>(source, dots, width, height, tone);
+}
+int transposed(unsigned char const* source, unsigned char* dots, int width, int height,
+               int const* tone) {
+  return direct<2, PlaceTransposed>(source, dots, width, height, tone);
+}
+int upside_down(unsigned char const* source, unsigned char* dots, int width, int height,
+                int const* tone) {
+  return direct<2, PlaceUpsideDown>(source, dots, width, height, tone);
+}
+int partial_half_turn(unsigned char const* source, unsigned char* dots, int width, int height,
+                      int const* tone) {
+  return direct<2, PlacePartialHalfTurn>(source, dots, width, height, tone);
+}
+int anti_transposed(unsigned char const* source, unsigned char* dots, int width, int height,
+                    int const* tone) {
+  return direct<2, PlaceAntiTransposed>(source, dots, width, height, tone);
+}
+int transposed_via_scratch(unsigned char const* source, unsigned char* dots, int width, int height,
+                           int const* tone) {
+  return via_scratch<false>(source, dots, width, height, tone);
+}
+int quarter_turn_via_scratch(unsigned char const* source, unsigned char* dots, int width,
+                             int height, int const* tone) {
+  return via_scratch<true>(source, dots, width, height, tone);
+}
+
+}  // namespace halftone::utilities

@@ -1,0 +1,145 @@
+// The serpentine core of the single-plane utilities.
+//
+// One plane is mapped through a tone table into two working lines and scanned
+// in serpentine rows, left to right first. Every pixel's whole error goes to
+// one neighbour. Two small parameters set a utility apart:
+//
+//   Rule  (what a pixel does)
+//     std::uint32_t value(unsigned char grey)       working value of a grey
+//     template <bool Last, bool Final> bool dot(std::int32_t v)
+//     template <bool Last, bool Final> Target pick()  draws as the rule needs
+//   Place (where a dot goes)
+//     void begin_row(std::uint32_t y, Dir dir, bool last)
+//     void dot(std::uint32_t x)                     sets the bit of (x, y)
+//
+// `Last` is the image's last row (nothing below), `Final` the last pixel of a
+// row in scan direction (nothing ahead). A target that does not exist drops
+// the error.
+//
+// Working values wrap modulo 2^32: a tone table may hold any values and
+// errors accumulate freely, so sums are kept in unsigned arithmetic and read
+// back as signed two's complement for the dot test.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "frame/layout.h"
+
+namespace halftone::utilities {
+
+enum class Dir { Ltr, Rtl };
+
+// Where a pixel's error goes, seen in scan direction.
+enum class Target : std::uint8_t { Ahead, BelowAhead, Below, BelowBehind, Drop };
+
+namespace detail {
+
+template <Dir D>
+constexpr std::uint32_t ahead(std::uint32_t x) {
+  return D == Dir::Ltr ? x + 1u : x - 1u;
+}
+template <Dir D>
+constexpr std::uint32_t behind(std::uint32_t x) {
+  return D == Dir::Ltr ? x - 1u : x + 1u;
+}
+
+template <Dir D, bool Last, bool Final, class Rule, class Place>
+inline void pixel(std::uint32_t* cur, std::uint32_t* below, std::uint32_t x, bool has_behind,
+                  Rule& rule, Place& place) {
+  const std::uint32_t v = cur[x];
+  std::uint32_t e = v - 255u;
+  if (rule.template dot<Last, Final>(static_cast<std::int32_t>(v))) {
+    place.dot(x);
+    e = v;
+  }
+  switch (rule.template pick<Last, Final>()) {
+    case Target::Ahead:
+      if constexpr (!Final) cur[ahead<D>(x)] += e;
+      break;
+    case Target::BelowAhead:
+      if constexpr (!Last && !Final) below[ahead<D>(x)] += e;
+      break;
+    case Target::Below:
+      if constexpr (!Last) below[x] += e;
+      break;
+    case Target::BelowBehind:
+      if constexpr (!Last) {
+        if (has_behind) below[behind<D>(x)] += e;
+      }
+      break;
+    case Target::Drop:
+      break;
+  }
+}
+
+// One row. The row below is loaded from `source_below` one pixel ahead of the
+// scan, so that every cell holds its grey's value before error reaches it.
+template <Dir D, bool Last, class Rule, class Place>
+inline void row(std::uint32_t* cur, std::uint32_t* below, unsigned char const* source_below,
+                std::uint32_t width, Rule& rule, Place& place) {
+  std::uint32_t x = D == Dir::Ltr ? 0u : width - 1u;
+  if constexpr (!Last) below[x] = rule.value(source_below[x]);
+  for (std::uint32_t i = 0; i + 1u < width; ++i, x = ahead<D>(x)) {
+    if constexpr (!Last) below[ahead<D>(x)] = rule.value(source_below[ahead<D>(x)]);
+    pixel<D, Last, false>(cur, below, x, i != 0, rule, place);
+  }
+  pixel<D, Last, true>(cur, below, x, width > 1u, rule, place);
+}
+
+}  // namespace detail
+
+// Screens a width x height plane (both at least 1). Returns false, having
+// done nothing, when the working lines cannot be allocated.
+template <class Rule, class Place>
+bool serpentine(unsigned char const* source, std::uint32_t width, std::uint32_t height, Rule& rule,
+                Place& place) {
+  std::unique_ptr<std::uint32_t[]> lines(new (std::nothrow)
+                                             std::uint32_t[2 * static_cast<std::size_t>(width)]);
+  if (!lines) return false;
+  std::uint32_t* cur = lines.get();
+  std::uint32_t* below = cur + width;
+  for (std::uint32_t x = 0; x < width; ++x) cur[x] = rule.value(source[x]);
+
+  const std::size_t stride = source_stride(width);
+  std::uint32_t y = 0;
+  for (; y + 1u < height; ++y) {
+    unsigned char const* next = source + (static_cast<std::size_t>(y) + 1u) * stride;
+    if ((y & 1u) == 0) {
+      place.begin_row(y, Dir::Ltr, false);
+      detail::row<Dir::Ltr, false>(cur, below, next, width, rule, place);
+    } else {
+      place.begin_row(y, Dir::Rtl, false);
+      detail::row<Dir::Rtl, false>(cur, below, next, width, rule, place);
+    }
+    std::swap(cur, below);
+  }
+  if ((y & 1u) == 0) {
+    place.begin_row(y, Dir::Ltr, true);
+    detail::row<Dir::Ltr, true>(cur, nullptr, nullptr, width, rule, place);
+  } else {
+    place.begin_row(y, Dir::Rtl, true);
+    detail::row<Dir::Rtl, true>(cur, nullptr, nullptr, width, rule, place);
+  }
+  return true;
+}
+
+// Dots in the source's own orientation: row y, column x, height rows of the
+// width's stride. (Placements take the output and the source's size; a turned
+// one writes width rows of the height's stride.)
+struct PlaceAsSource {
+  static constexpr bool kTurned = false;
+  unsigned char* dots;
+  std::size_t stride;
+  unsigned char* out = nullptr;
+
+  PlaceAsSource(unsigned char* d, std::uint32_t width, std::uint32_t)
+      : dots(d), stride(dot_stride(width)) {}
+
+  void begin_row(std::uint32_t y, Dir, bool) { out = dots + static_cast<std::size_t>(y) * stride; }
+  void dot(std::uint32_t x) { set_dot(out, x); }
+};
+
+}  // namespace halftone::utilities
