@@ -1,0 +1,132 @@
+// Dot-code decisions of the multi-level screens.
+//
+// A decision takes a pixel's diffused value v (signed 16-bit) and its own
+// source grey s and returns the code to write and the error e = v - level of
+// that code, kept as a signed 16-bit value. Each decision is a small struct
+// built once per call (from the parameter bytes where the host sets the
+// levels) with an inline `decide(v, s)`, so any serpentine or matrix screen can
+// plug it in.
+#pragma once
+#include <algorithm>
+#include <cstdint>
+
+#include "frame/layout.h"
+#include "frame/tone_curves.h"
+
+namespace halftone::multilevel {
+
+struct Decision {
+  std::uint32_t code;
+  std::int16_t e;
+};
+
+inline Decision coded(std::uint32_t code, std::int32_t v, std::int32_t level) {
+  return {code, wrap16(v - level)};
+}
+
+// The midpoint of two unsigned levels, 0..255.
+constexpr std::int32_t midpoint(std::uint8_t lo, std::uint8_t hi) {
+  return (static_cast<std::int32_t>(lo) + hi) >> 1;
+}
+
+// Four host-set levels: parameter bytes 0, 1, 2, 3 are the greys of codes
+// 3, 2, 1, 0 (darkest first). The source grey picks the two levels that
+// bracket it and v only chooses between them, so a pixel never lands more
+// than one level away from its own grey. The tests on v run in the order
+// M10, M21, M32 and the tests on s in the order shown: with bytes out of
+// rising order that order is what decides.
+struct BracketedFourLevel {
+  std::int32_t level[4];  // grey of code c
+  std::int32_t m32, m21, m10;
+  std::uint32_t b1, b2;
+
+  explicit BracketedFourLevel(std::uint8_t const* bytes = ScreenParameterBytes())
+      : level{bytes[3], bytes[2], bytes[1], bytes[0]},
+        m32(midpoint(bytes[0], bytes[1])),
+        m21(midpoint(bytes[1], bytes[2])),
+        m10(midpoint(bytes[2], bytes[3])),
+        b1(bytes[1]),
+        b2(bytes[2]) {}
+
+  Decision decide(std::int16_t v, std::uint32_t s) const {
+    std::uint32_t code;
+    if (v > m10)
+      code = s <= b1 ? 2 : s <= b2 ? 1 : 0;
+    else if (v > m21)
+      code = s <= b1 ? 2 : 1;
+    else if (v > m32)
+      code = s <= b2 ? 2 : 1;
+    else
+      code = s <= b1 ? 3 : s <= b2 ? 2 : 1;
+    return coded(code, v, level[code]);
+  }
+};
+
+// Eight host-set levels: parameter byte k is the grey of code 7 - k (byte 0
+// darkest). The table is irregular on purpose: in the middle rows a light
+// source pulls the code far toward the light end, while the outer rows only
+// allow the two codes next to v.
+struct BracketedEightLevel {
+  std::int32_t level[8];  // grey of code c
+  std::int32_t mid[7];    // between code c and code c + 1
+  std::uint32_t b[8];     // the bytes as the source is tested against them
+
+  explicit BracketedEightLevel(std::uint8_t const* bytes = ScreenParameterBytes()) {
+    for (int c = 0; c < 8; ++c) {
+      level[c] = bytes[7 - c];
+      b[c] = bytes[c];
+    }
+    for (int c = 0; c < 7; ++c) mid[c] = midpoint(bytes[6 - c], bytes[7 - c]);
+  }
+
+  Decision decide(std::int16_t v, std::uint32_t s) const {
+    std::uint32_t code;
+    if (v > mid[0])
+      code = s > b[6] ? 0 : 1;
+    else if (v > mid[1])
+      code = s > b[5] ? 1 : 2;
+    else if (v > mid[2])
+      code = s > b[6] ? 1 : s > b[4] ? 2 : 3;
+    else if (v > mid[3])
+      code = s > b[6] ? 1 : s > b[5] ? 2 : s > b[3] ? 3 : 4;
+    else if (v > mid[4])
+      code = s > b[5] ? 1 : s > b[4] ? 3 : s > b[2] ? 4 : 5;
+    else if (v > mid[5])
+      code = s > b[3] ? 4 : s > b[1] ? 5 : 6;
+    else if (v > mid[6])
+      code = s > b[2] ? 5 : 6;
+    else
+      code = s > b[1] ? 6 : 7;
+    return coded(code, v, level[code]);
+  }
+};
+
+// Fixed, evenly spaced levels on v alone: code c stands for grey
+// 255 * (kCodes - 1 - c) / (kCodes - 1), truncated. The thresholds are the
+// multiples of 256 / kCodes (64, 128, 192 for four codes; 32 … 224 for eight),
+// deliberately not midway between the levels; a value equal to a threshold
+// takes the darker code.
+template <std::uint32_t kCodes, int kShift>
+struct EvenLevels {
+  static_assert((1u << (8 - kShift)) == kCodes);
+  static constexpr std::int32_t kTop = kCodes - 1;
+
+  Decision decide(std::int16_t v, std::uint32_t /*s*/) const {
+    const std::int32_t band = std::clamp((static_cast<std::int32_t>(v) - 1) >> kShift, 0, kTop);
+    return coded(static_cast<std::uint32_t>(kTop - band), v, 255 * band / kTop);
+  }
+};
+using FixedFourLevel = EvenLevels<4, 6>;
+using FixedEightLevel = EvenLevels<8, 5>;
+
+// Two levels: a value of at most 128 is a dot, written as `dot_code`, and
+// passes itself on; a lighter value writes nothing and passes on v - 255.
+struct TwoLevel {
+  std::uint32_t dot_code;
+
+  Decision decide(std::int16_t v, std::uint32_t /*s*/) const {
+    return v <= 128 ? coded(dot_code, v, 0) : coded(0, v, 255);
+  }
+};
+
+}  // namespace halftone::multilevel

@@ -1,0 +1,154 @@
+// The multi-level screens: a dot-code decision, an optional tone bias and an
+// error spread, composed into one policy of the serpentine band engine.
+#include "frame/band_engine.h"
+#include "frame/tone_curves.h"
+#include "screens/diffusion/rules.h"
+#include "screens/multilevel/cascades.h"
+#include "screens/multilevel/screens.h"
+
+namespace halftone::multilevel {
+namespace {
+
+using diffusion::pick;
+using engine::Dir;
+using engine::half;
+using engine::Pixel;
+using engine::Role;
+using engine::third;
+using engine::two_thirds;
+using Shares = engine::Shares<std::int32_t>;
+
+// Output cells: four two-bit codes a byte, or two four-bit codes a byte.
+struct TwoBitCells {
+  static std::uint32_t stride(std::uint32_t width) { return dot2_stride(width); }
+  static void put(unsigned char* row, std::uint32_t x, std::uint32_t code) {
+    set_code2(row, x, code);
+  }
+};
+struct FourBitCells {
+  static std::uint32_t stride(std::uint32_t width) { return dot4_stride(width); }
+  static void put(unsigned char* row, std::uint32_t x, std::uint32_t code) {
+    set_code4(row, x, code);
+  }
+};
+
+// Every second pixel's error is pushed by the active curves: curve A at odd
+// columns going right, curve B at even columns going left.
+struct ToneBias {
+  ActiveToneCurves curves = active_curves();
+
+  template <Dir D>
+  std::int16_t apply(std::int16_t e, Pixel px) const {
+    if constexpr (D == Dir::Ltr)
+      return (px.x & 1u) ? wrap16(e + curves.a[px.s]) : e;
+    else
+      return (px.x & 1u) ? e : wrap16(e + curves.b[px.s]);
+  }
+};
+struct NoBias {
+  template <Dir D>
+  std::int16_t apply(std::int16_t e, Pixel) const {
+    return e;
+  }
+};
+
+// Two random bits: 3 sends everything ahead, 1 everything below, 0 and 2 half
+// each way (the odd unit is lost). A row's end draws, ignores the draw and
+// sends two thirds below. The band's last row splits between the next pixel
+// and the carry line by thirds; its final pixel is coded and nothing more.
+struct HalvesSpread {
+  static constexpr bool kCarryOnlyAfterRtl = false;
+  template <Role R>
+  static constexpr bool kSilent = R == Role::LastEnd;
+
+  template <Dir D, Role R>
+  static Shares spread(std::int32_t e, FeedbackRandom& rng) {
+    const std::uint32_t r = rng.two_bits();
+    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+    if constexpr (R == Role::LastInner) {
+      const std::int32_t t = third(e), tt = two_thirds(e);
+      return {pick(r, tt, e, t, 0), pick(r, t, 0, tt, e)};
+    }
+    const std::int32_t h = half(e);
+    return {pick(r, h, 0, h, e), pick(r, h, e, h, 0)};
+  }
+};
+
+// One random bit, the same rule at every pixel: a third one way and the rest
+// the other. Shares that would leave the row are lost; the last row's
+// downward shares reach the carry line only when that row runs right to left.
+struct ThirdSplit {
+  static constexpr bool kCarryOnlyAfterRtl = true;
+  template <Role R>
+  static constexpr bool kSilent = false;
+
+  template <Dir D, Role R>
+  static Shares spread(std::int32_t e, FeedbackRandom& rng) {
+    const std::int32_t t = third(e);
+    return rng.bit() ? Shares{e - t, t} : Shares{t, e - t};
+  }
+};
+
+template <class Decide, class Bias, class Spread, class Cells>
+struct CodeScreen : engine::PolicyBase<std::int16_t> {
+  static constexpr bool kCarryOnlyAfterRtl = Spread::kCarryOnlyAfterRtl;
+  static std::uint32_t out_stride(std::uint32_t width) { return Cells::stride(width); }
+
+  Decide decision;
+  Bias bias;
+
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+    const Decision d = decision.decide(v, px.s);
+    Cells::put(out, px.x, d.code);
+    if constexpr (Spread::template kSilent<R>) return {0, 0};
+    return Spread::template spread<D, R>(bias.template apply<D>(d.e, px), rng);
+  }
+};
+
+template <class Bias, class Spread, class Cells, class Decide>
+int run(Decide decision, unsigned char const* source, unsigned char* dots, std::uint32_t width,
+        std::uint32_t height, std::uint32_t control) {
+  CodeScreen<Decide, Bias, Spread, Cells> policy{{}, decision, Bias{}};
+  return engine::screen(policy, shared_lines(), source, dots, width, height, control);
+}
+
+}  // namespace
+
+int bracketed_four(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                   std::uint32_t height, std::uint32_t control) {
+  return run<ToneBias, HalvesSpread, TwoBitCells>(BracketedFourLevel{}, source, dots, width, height,
+                                                  control);
+}
+
+int fixed_four(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+               std::uint32_t height, std::uint32_t control) {
+  return run<ToneBias, HalvesSpread, TwoBitCells>(FixedFourLevel{}, source, dots, width, height,
+                                                  control);
+}
+
+int two_level(std::uint32_t dot_code, unsigned char const* source, unsigned char* dots,
+              std::uint32_t width, std::uint32_t height, std::uint32_t control) {
+  return run<ToneBias, HalvesSpread, TwoBitCells>(TwoLevel{dot_code}, source, dots, width, height,
+                                                  control);
+}
+
+int bracketed_four_thirds(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                          std::uint32_t height, std::uint32_t control) {
+  return run<ToneBias, ThirdSplit, TwoBitCells>(BracketedFourLevel{}, source, dots, width, height,
+                                                control);
+}
+
+int bracketed_eight(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                    std::uint32_t height, std::uint32_t control) {
+  return run<NoBias, HalvesSpread, FourBitCells>(BracketedEightLevel{}, source, dots, width, height,
+                                                 control);
+}
+
+int fixed_eight(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                std::uint32_t height, std::uint32_t control) {
+  return run<NoBias, HalvesSpread, FourBitCells>(FixedEightLevel{}, source, dots, width, height,
+                                                 control);
+}
+
+}  // namespace halftone::multilevel
