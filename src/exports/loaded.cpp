@@ -1,8 +1,103 @@
-// The loaded family's part of the export table.
+// Export table: the screen data loaders, the pattern screens and the
+// threshold screens.
+#include "halftone/loaded.h"
+
 #include "exports/catalog.h"
+#include "frame/band_engine.h"
+#include "screens/loaded/screens.h"
+
+using halftone::engine::extent;
+namespace l = halftone::loaded;
+
+int KaiDuaning(char const* fileName, int patternWidth, int patternHeight) {
+  return l::load_patterns1(fileName, patternWidth, patternHeight);
+}
+int NingJing(char const* fileName, int patternWidth, int patternHeight) {
+  return l::load_patterns2(fileName, patternWidth, patternHeight);
+}
+// These three work out a result code but hand the host 0 whatever happened.
+int PuaningFa(char const* fileName, int, int) {
+  l::load_matrix_bmp(fileName);
+  return 0;
+}
+int PuaningFa13(char const* fileName, int, int) {
+  l::load_offset_bmp(fileName);
+  return 0;
+}
+int NiceMents(char const* fileName, int, int) {
+  l::load_blocks(fileName);
+  return 0;
+}
+int PuaningFaAM(char const*, int, int) { return 0; }
+
+int Sonicksure(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) {
+  return l::geometry_pattern_screen(source, dots, extent(width), extent(height), control);
+}
+int MutexWindow(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) {
+  return l::fixed_pattern_screen(source, dots, width, height, control);
+}
+int MutexWindow_Bak(unsigned char* source, unsigned char* dots, unsigned int width,
+                    unsigned int height, unsigned int control) {
+  return l::fixed_pattern_screen(source, dots, width, height, control);
+}
+int TextDownload(unsigned char* source, unsigned char* dots, int width, int height,
+                 unsigned int control) {
+  return l::fixed_pattern2_screen(source, dots, extent(width), extent(height), control);
+}
+int WindowText(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) {
+  return l::matrix_threshold(source, dots, extent(width), extent(height), control);
+}
+int WindowTextAM1(unsigned char* source, unsigned char* dots, unsigned int width,
+                  unsigned int height, unsigned int control) {
+  return l::clustered_threshold(source, dots, width, height, control);
+}
+int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int height,
+                 unsigned int control) {
+  return l::clustered_threshold_lines(source, dots, extent(width), extent(height), control);
+}
 
 namespace halftone {
+namespace {
 
-std::span<ScreenInfo const> loaded_catalog() { return {}; }
+int run_Sonicksure(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
+                   std::uint32_t c) {
+  return Sonicksure(s, o, static_cast<int>(w), static_cast<int>(h), c);
+}
+int run_TextDownload(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
+                     std::uint32_t c) {
+  return TextDownload(s, o, static_cast<int>(w), static_cast<int>(h), c);
+}
+int run_WindowText(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
+                   std::uint32_t c) {
+  return WindowText(s, o, static_cast<int>(w), static_cast<int>(h), c);
+}
+int run_WindowTextAM(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
+                     std::uint32_t c) {
+  return WindowTextAM(s, o, static_cast<int>(w), static_cast<int>(h), c);
+}
+
+const ScreenInfo kLoaded[] = {
+    {"Sonicksure", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
+     "one-bit pattern per grey, tiled at the loaded pattern size", run_Sonicksure},
+    {"MutexWindow", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
+     "one-bit pattern per grey, fixed 256 x 256 tile", MutexWindow},
+    {"MutexWindow_Bak", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
+     "one-bit pattern per grey, fixed 256 x 256 tile (block-copy form)", MutexWindow_Bak},
+    {"TextDownload", "loaded", 2, true, false, Layout::Same, kNeedsPattern2,
+     "two-bit pattern per grey, fixed 256 x 256 tile", run_TextDownload},
+    {"WindowText", "loaded", 1, true, false, Layout::Same, kNeedsMatrixBmp,
+     "loaded 256 x 256 threshold matrix, shifted 16 rows and columns per plane", run_WindowText},
+    {"WindowTextAM1", "loaded", 1, true, false, Layout::Same, kNeedsNothing,
+     "built-in 16 x 16 clustered-dot threshold matrix", WindowTextAM1},
+    {"WindowTextAM", "loaded", 1, true, true, Layout::Same, kNeedsNothing,
+     "built-in scattered clustered-dot threshold matrix, through the band lines", run_WindowTextAM},
+};
+
+}  // namespace
+
+std::span<ScreenInfo const> loaded_catalog() { return kLoaded; }
 
 }  // namespace halftone

@@ -1,8 +1,28 @@
-// The matrix family's part of the export table.
+// Export table: the built-in dither matrix and the plain ordered dither.
+#include "halftone/matrix.h"
+
 #include "exports/catalog.h"
+#include "screens/matrix/ordered_dither.h"
+
+namespace m = halftone::matrix;
+
+int SincesKai() { return m::build_dither_matrix(); }
+
+int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+             unsigned int control) {
+  return m::ordered_dither(source, dots, width, height, control);
+}
 
 namespace halftone {
+namespace {
 
-std::span<ScreenInfo const> matrix_catalog() { return {}; }
+const ScreenInfo kMatrix[] = {
+    {"Kaocosyx", "matrix", 1, true, false, Layout::Same, kNeedsDitherMatrix,
+     "ordered dither against the built-in 16 x 16 matrix, phase restarts every call", Kaocosyx},
+};
+
+}  // namespace
+
+std::span<ScreenInfo const> matrix_catalog() { return kMatrix; }
 
 }  // namespace halftone

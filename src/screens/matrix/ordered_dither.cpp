@@ -1,0 +1,55 @@
+#include "screens/matrix/ordered_dither.h"
+
+#include <cstddef>
+
+#include "frame/layout.h"
+#include "screens/loaded/threshold_rows.h"
+
+namespace halftone::matrix {
+
+std::uint8_t DitherMatrix16[256];
+
+namespace {
+
+// Order 2n from order n: each quadrant repeats the smaller matrix scaled by 4,
+// plus 0 (top left), 2 (top right), 3 (bottom left) or 1 (bottom right).
+void double_order(std::uint8_t const* m, std::uint32_t n, std::uint8_t* out) {
+  const std::uint32_t size = 2 * n;
+  for (std::uint32_t i = 0; i < size; ++i)
+    for (std::uint32_t j = 0; j < size; ++j) {
+      const std::uint32_t base = 4u * m[(i % n) * n + j % n];
+      const std::uint32_t add = i < n ? (j < n ? 0u : 2u) : (j < n ? 3u : 1u);
+      out[i * size + j] = static_cast<std::uint8_t>(base + add);
+    }
+}
+
+}  // namespace
+
+int build_dither_matrix() {
+  const std::uint8_t seed[4] = {0, 2, 3, 1};
+  std::uint8_t order4[16];
+  std::uint8_t order8[64];
+  double_order(seed, 2, order4);
+  double_order(order4, 4, order8);
+  double_order(order8, 8, DitherMatrix16);
+  return 0;
+}
+
+int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                   std::uint32_t height, std::uint32_t control) {
+  const ScreenControl ctl(control);
+  const std::size_t planes = ctl.planes;
+  const PlaneRows<unsigned char const> src{source, source_stride(width), planes};
+  const PlaneRows<unsigned char> out{dots, dot_stride(width), planes};
+  clear_output(dots, planes, out.stride, height);
+  for (std::size_t p = 0; p < planes; ++p)
+    for (std::uint32_t y = 0; y < height; ++y) {
+      std::uint8_t const* thresholds = DitherMatrix16 + (y & 15u) * 16u;
+      threshold_row(
+          src.row(p, y), out.row(p, y), width,
+          [thresholds](std::uint8_t v, std::uint32_t x) { return v < thresholds[x & 15u]; });
+    }
+  return 0;
+}
+
+}  // namespace halftone::matrix
