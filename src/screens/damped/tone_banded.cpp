@@ -1,0 +1,155 @@
+// Tone-banded integer diffusion: 16-bit error rows, the split of each pixel's
+// error between the next pixel and the pixel below chosen by the source tone
+// (at random for darker tones, by column parity for the lightest), and a
+// tone-indexed noise term added to what every second pixel passes on.
+#include "screens/damped/noise_tables.h"
+#include "screens/damped/rules.h"
+#include "screens/damped/screens.h"
+
+namespace halftone::damped {
+namespace {
+
+using Shares = engine::Shares<std::int32_t>;
+using engine::half;
+using engine::shift_half;
+using engine::two_thirds;
+
+// The frame the four screens share. Error rows are overwritten from above, one
+// share a pixel, and take the shares along the row as the row is scanned. The
+// carry row starts a page at the screen's priming value; after that only a
+// band whose last row runs right to left (an even band height) hands its
+// downward shares to the next band. The generator is reseeded on first bands
+// only, so its sequence runs on through a page.
+//
+// Rules supplies kCarryStart, the noise table (or none) with its columns, and
+// `along`: the share for the next pixel in scan order (the rest goes below).
+// Every pixel of every row, row ends included, draws and splits by the same
+// rule; a row end's share along the row is simply lost.
+template <class Rules>
+struct ToneBanded : engine::PolicyBase<std::int16_t> {
+  static constexpr bool kValueLines = false;
+  static constexpr bool kCarryOnlyAfterRtl = true;
+  static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
+  static constexpr std::int16_t kCarryStart = Rules::kCarryStart;
+
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t c, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+    const std::int32_t v = c + static_cast<std::int32_t>(px.s);
+    std::int32_t e = v - 255;
+    if (v <= 128) {
+      set_dot(out, px.x);
+      e = v;
+    }
+    // The noise changes only what is passed on, never the pixel's own dot.
+    if constexpr (Rules::kNoise != nullptr) {
+      const bool odd = (px.x & 1u) != 0;
+      if (D == Dir::Rtl ? odd : Rules::kNoiseLtrEven && !odd) e += (*Rules::kNoise)[px.s];
+    }
+    const std::int32_t n = Rules::template along<D>(e, px.s, px.x, rng);
+    return {n, e - n};
+  }
+};
+
+struct Bands {
+  std::uint32_t middle;
+  std::uint32_t high;
+};
+
+// Three tone bands, set apart per direction. From the high band up: no draw,
+// two thirds at even columns and the `lesser` share at odd ones. Middle band:
+// one random bit, 1 the lesser share, 0 two thirds. Below: one random bit, 1
+// everything along, 0 half by arithmetic shift.
+template <class R>
+struct ThreeBands {
+  template <Dir D>
+  static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
+    constexpr Bands bands = D == Dir::Ltr ? R::kLtr : R::kRtl;
+    if (s >= bands.high) return (x & 1u) ? R::lesser(e) : two_thirds(e);
+    if (s >= bands.middle) return rng.bit() ? R::lesser(e) : two_thirds(e);
+    return rng.bit() ? e : shift_half(e);
+  }
+};
+
+// Primed with -35; noise of amplitude 31 at odd columns of right-to-left rows;
+// the lesser share is half by arithmetic shift.
+struct Amplitude31Rules : ThreeBands<Amplitude31Rules> {
+  static constexpr std::int16_t kCarryStart = -35;
+  static constexpr NoiseTable const* kNoise = &kNoiseAmplitude31;
+  static constexpr bool kNoiseLtrEven = false;
+  static constexpr Bands kLtr{166, 216};
+  static constexpr Bands kRtl{179, 213};
+  static std::int32_t lesser(std::int32_t e) { return shift_half(e); }
+};
+
+// Primed with -25; the banded noise at even columns going right and odd
+// columns going left; the lesser share is three quarters by arithmetic shift.
+struct Band31Rules : ThreeBands<Band31Rules> {
+  static constexpr std::int16_t kCarryStart = -25;
+  static constexpr NoiseTable const* kNoise = &kNoiseBand31;
+  static constexpr bool kNoiseLtrEven = true;
+  static constexpr Bands kLtr{166, 216};
+  static constexpr Bands kRtl{185, 213};
+  static std::int32_t lesser(std::int32_t e) { return (3 * e) >> 2; }
+};
+
+// No priming; noise of amplitude 8 at even columns going right and odd columns
+// going left; five bands, the same in both directions, with truncating halves.
+// The two light bands treat the directions differently on purpose.
+struct FiveBandRules {
+  static constexpr std::int16_t kCarryStart = 0;
+  static constexpr NoiseTable const* kNoise = &kNoiseAmplitude8;
+  static constexpr bool kNoiseLtrEven = true;
+
+  template <Dir D>
+  static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
+    if (s > 240) return two_thirds(e);
+    if (s >= 229) return D == Dir::Ltr ? half(e) : two_thirds(e);
+    if (s >= 203) {
+      const bool odd = (x & 1u) != 0;
+      return (D == Dir::Ltr ? !odd : odd) ? two_thirds(e) : half(e);
+    }
+    if (s >= 176) return rng.bit() ? two_thirds(e) : half(e);
+    return rng.bit() ? e : half(e);
+  }
+};
+
+// The plain member: no priming, no noise, no draws; half along (truncating),
+// the rest below.
+struct HalvesRules {
+  static constexpr std::int16_t kCarryStart = 0;
+  static constexpr NoiseTable const* kNoise = nullptr;
+  static constexpr bool kNoiseLtrEven = false;
+
+  template <Dir D>
+  static std::int32_t along(std::int32_t e, std::uint32_t, std::uint32_t, FeedbackRandom&) {
+    return half(e);
+  }
+};
+
+template <class Rules>
+int run(unsigned char const* source, unsigned char* dots, std::uint32_t width, std::uint32_t height,
+        std::uint32_t control) {
+  ToneBanded<Rules> policy;
+  return screen_or_no_memory(policy, shared_lines(), source, dots, width, height, control);
+}
+
+}  // namespace
+
+int tone_banded(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                std::uint32_t height, std::uint32_t control) {
+  return run<Amplitude31Rules>(source, dots, width, height, control);
+}
+int tone_banded_quarters(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+                         std::uint32_t height, std::uint32_t control) {
+  return run<Band31Rules>(source, dots, width, height, control);
+}
+int five_band(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+              std::uint32_t height, std::uint32_t control) {
+  return run<FiveBandRules>(source, dots, width, height, control);
+}
+int halves(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+           std::uint32_t height, std::uint32_t control) {
+  return run<HalvesRules>(source, dots, width, height, control);
+}
+
+}  // namespace halftone::damped
