@@ -7,10 +7,37 @@ HALFTONE_API int SincesKai();
 // Plain ordered dither against the built matrix.
 HALFTONE_API int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned int width,
                           unsigned int height, unsigned int control);
-// Offset-matrix diffusion with tone-curve noise.
+// Offset-matrix diffusion with tone-curve noise, banded.
+//
+// Each plane runs in serpentine rows (the first of each call left to right);
+// the cells of the row below start from the offset matrix loaded by
+// PuaningFa13 (its 240 x 240 corner tiled over the band, rows counted from the
+// call's first row), and each pixel's error goes along the row and straight
+// down: going right a third down (e / 3), going left two thirds along
+// ((2e) / 3), the rest the other way, divisions truncating toward zero. Curve
+// B of Itsdiufiavs adds to the error at even columns going right, curve A at
+// odd columns going left. Only a band whose last row runs right to left (an
+// even band height) hands error to the next band. Reseeds the shared
+// generator on every call, though it draws nothing. Returns 0.
+//
+// Choices where the host breaks the band protocol:
+//  * a width, height or plane count of 0, or a negative width or height,
+//    screens nothing and writes no output byte;
+//  * a middle or last band that finds no lines (no first band since the last
+//    release), or lines allocated for fewer planes or a narrower band, gets
+//    new zeroed lines: it is screened as if the job had started there with no
+//    carried error (no reseeding beyond the usual);
+//  * the offset-matrix screens share their lines with the other banded
+//    integer screens, so jobs of these screens must not be interleaved.
 HALFTONE_API int Kaocosyx1(unsigned char* source, unsigned char* dots, int width, int height,
                            unsigned int control);
-// Random-split diffusion with tone-curve noise.
+// Random-split diffusion with tone-curve noise, banded: Kaocosyx1 without
+// the offset matrix (the lines start from the carried error alone and every
+// cell below from 0) and without the rightward noise; one draw a pixel whose
+// bit 0 picks the split: 1 as Kaocosyx1, 0 sends (3e) / 4 down going right
+// and e / 4 along going left. Reads curve A only. Reseeds on every call.
+// Sizes are unsigned: 0 screens nothing. Missing or too small lines as for
+// Kaocosyx1. Returns 0.
 HALFTONE_API int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned int width,
                             unsigned int height, unsigned int control);
 // Two-bit members of the family.

@@ -1,0 +1,85 @@
+// Helpers for comparing banded screens with plain per-pixel models: a copy of
+// the library's generator written from its rules, 16-bit storage, and a driver
+// that runs random multi-plane banded jobs through a screen and its model.
+#pragma once
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "halftone/setup.h"
+#include "support/images.h"
+
+namespace halftone::test {
+
+// The 31-word additive generator with lag 3.
+class RefRandom {
+ public:
+  void seed(std::uint32_t s) {
+    w_[0] = s;
+    for (int i = 1; i < 31; ++i) w_[i] = w_[i - 1] * 1103515145u + 12345u;
+    front_ = 3;
+    rear_ = 0;
+    for (int i = 0; i < 310; ++i) draw();
+  }
+  std::uint32_t draw() {
+    w_[front_] += w_[rear_];
+    const std::uint32_t r = w_[front_] >> 1;
+    front_ = (front_ + 1) % 31;
+    rear_ = (rear_ + 1) % 31;
+    return r;
+  }
+
+ private:
+  std::uint32_t w_[31] = {};
+  int front_ = 3, rear_ = 0;
+};
+
+// What a 16-bit line cell keeps of a value.
+inline std::int32_t w16(std::int64_t v) { return static_cast<std::int16_t>(v & 0xFFFF); }
+
+inline void model_dot(unsigned char* row, std::uint32_t x) { row[x >> 3] |= 0x80u >> (x & 7u); }
+
+using ScreenFn =
+    std::function<int(unsigned char*, unsigned char*, std::uint32_t, std::uint32_t, std::uint32_t)>;
+// Model call: source, cleared output, width, height, planes, band position,
+// the seconds the generator is seeded from.
+using ModelFn = std::function<void(unsigned char const*, unsigned char*, std::uint32_t,
+                                   std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)>;
+
+// Random jobs (1-4 planes, widths 1-300, bands of 1-20 rows, band positions
+// 1, 2 or 0 ..., 3 or a single first band, random tone mode and fill) run
+// through `screen` and `model`; `prepare` fills the data stores for each job.
+inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
+                                std::function<void(std::mt19937&)> const& prepare, int jobs,
+                                std::uint32_t seed) {
+  std::mt19937 gen(seed);
+  for (int j = 0; j < jobs; ++j) {
+    const std::uint32_t planes = 1 + gen() % 4, width = 1 + gen() % 300;
+    Itsdiufiavs(static_cast<int>(gen() % 20) - 1, "");
+    const std::uint32_t seconds = gen();
+    pin_seed_time(seconds);
+    prepare(gen);
+    const Fill fill = static_cast<Fill>(gen() % 5);
+    const auto flat = static_cast<unsigned char>(gen());
+    const std::uint32_t bands = gen() % 3 == 0 ? 1 : 2 + gen() % 4;
+    for (std::uint32_t b = 0; b < bands; ++b) {
+      const std::uint32_t band = b == 0 ? 1 : b + 1 == bands ? 3 : (gen() & 1) * 2;
+      const std::uint32_t height = 1 + gen() % 20;
+      auto src = make_source(width, height, planes, fill, gen(), flat);
+      const std::size_t n = std::size_t{dot_stride(width)} * height * planes;
+      Output out(n);
+      std::vector<unsigned char> expect(n, 0);
+      screen(src.data(), out.data(), width, height, make_control(planes, band));
+      model(src.data(), expect.data(), width, height, planes, band, seconds);
+      ASSERT_EQ(out.body(), expect) << "job " << j << " band " << b << " width " << width
+                                    << " height " << height << " planes " << planes;
+      ASSERT_TRUE(out.guard_intact()) << "job " << j;
+    }
+  }
+  unpin_seed_time();
+}
+
+}  // namespace halftone::test
