@@ -85,7 +85,8 @@ struct ThirdSplit {
   template <Dir D, Role R>
   static Shares spread(std::int32_t e, FeedbackRandom& rng) {
     const std::int32_t t = third(e);
-    return rng.bit() ? Shares{e - t, t} : Shares{t, e - t};
+    const bool b = rng.bit();
+    return {b ? e - t : t, b ? t : e - t};
   }
 };
 
