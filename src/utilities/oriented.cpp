@@ -20,6 +20,7 @@ namespace {
 template <int N>
 struct OrientedRule {
   static_assert(N == 2 || N == 4);
+  static constexpr bool kDiagonals = N == 4;
   int const* tone;
   StandardRandom rng;
 
@@ -57,7 +58,7 @@ struct PlaceTransposed {
     byte = y >> 3;
     mask = static_cast<unsigned char>(0x80u >> (y & 7u));
   }
-  void dot(std::uint32_t x) { dots[x * stride + byte] |= mask; }
+  void dot(std::uint32_t x, bool on) { dots[x * stride + byte] |= bit_if(on, mask); }
 };
 
 // Source (x, y) becomes output row width - 1 - x, column height - 1 - y; the
@@ -76,7 +77,7 @@ struct PlaceAntiTransposed {
     byte = (height - 1u - y) >> 3;
     mask = static_cast<unsigned char>(1u << ((y + 8u - height % 8u) % 8u));
   }
-  void dot(std::uint32_t x) { dots[(width - 1u - x) * stride + byte] |= mask; }
+  void dot(std::uint32_t x, bool on) { dots[(width - 1u - x) * stride + byte] |= bit_if(on, mask); }
 };
 
 // Source row y becomes output row height - 1 - y.
@@ -90,7 +91,7 @@ struct PlaceUpsideDown {
   PlaceUpsideDown(unsigned char* d, std::uint32_t width, std::uint32_t h)
       : dots(d), stride(dot_stride(width)), height(h) {}
   void begin_row(std::uint32_t y, Dir, bool) { out = dots + (height - 1u - y) * stride; }
-  void dot(std::uint32_t x) { set_dot(out, x); }
+  void dot(std::uint32_t x, bool on) { out[x >> 3] |= bit_if(on, 0x80u >> (x & 7u)); }
 };
 
 // A half turn for some rows only. Left-to-right rows above the last stay as
@@ -119,17 +120,17 @@ struct PlacePartialHalfTurn {
       mode = dir == Dir::Rtl ? Mode::Turned : Mode::LastByte;
     }
   }
-  void dot(std::uint32_t x) {
-    const auto bit = static_cast<unsigned char>(1u << ((x + align) % 8u));
+  void dot(std::uint32_t x, bool on) {
+    const unsigned char turned = bit_if(on, 1u << ((x + align) % 8u));
     switch (mode) {
       case Mode::Unturned:
-        set_dot(out, x);
+        out[x >> 3] |= bit_if(on, 0x80u >> (x & 7u));
         break;
       case Mode::Turned:
-        out[(width - 1u - x) >> 3] |= bit;
+        out[(width - 1u - x) >> 3] |= turned;
         break;
       case Mode::LastByte:
-        out[(width - 1u) >> 3] |= bit;
+        out[(width - 1u) >> 3] |= turned;
         break;
     }
   }

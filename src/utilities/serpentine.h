@@ -8,9 +8,10 @@
 //     std::uint32_t value(unsigned char grey)       working value of a grey
 //     template <bool Last, bool Final> bool dot(std::int32_t v)
 //     template <bool Last, bool Final> Target pick()  draws as the rule needs
+//     static constexpr bool kDiagonals  pick() may go below-ahead or -behind
 //   Place (where a dot goes)
 //     void begin_row(std::uint32_t y, Dir dir, bool last)
-//     void dot(std::uint32_t x)                     sets the bit of (x, y)
+//     void dot(std::uint32_t x, bool on)            sets the bit of (x, y) if on
 //
 // `Last` is the image's last row (nothing below), `Final` the last pixel of a
 // row in scan direction (nothing ahead). A target that does not exist drops
@@ -35,6 +36,11 @@ enum class Dir { Ltr, Rtl };
 // Where a pixel's error goes, seen in scan direction.
 enum class Target : std::uint8_t { Ahead, BelowAhead, Below, BelowBehind, Drop };
 
+// `mask` when `on`, else 0: an unconditional write that sets a bit or nothing.
+constexpr unsigned char bit_if(bool on, unsigned mask) {
+  return static_cast<unsigned char>(mask * static_cast<unsigned>(on));
+}
+
 namespace detail {
 
 template <Dir D>
@@ -50,28 +56,20 @@ template <Dir D, bool Last, bool Final, class Rule, class Place>
 inline void pixel(std::uint32_t* cur, std::uint32_t* below, std::uint32_t x, bool has_behind,
                   Rule& rule, Place& place) {
   const std::uint32_t v = cur[x];
-  std::uint32_t e = v - 255u;
-  if (rule.template dot<Last, Final>(static_cast<std::int32_t>(v))) {
-    place.dot(x);
-    e = v;
-  }
-  switch (rule.template pick<Last, Final>()) {
-    case Target::Ahead:
-      if constexpr (!Final) cur[ahead<D>(x)] += e;
-      break;
-    case Target::BelowAhead:
-      if constexpr (!Last && !Final) below[ahead<D>(x)] += e;
-      break;
-    case Target::Below:
-      if constexpr (!Last) below[x] += e;
-      break;
-    case Target::BelowBehind:
-      if constexpr (!Last) {
-        if (has_behind) below[behind<D>(x)] += e;
-      }
-      break;
-    case Target::Drop:
-      break;
+  const bool on = rule.template dot<Last, Final>(static_cast<std::int32_t>(v));
+  place.dot(x, on);
+  const std::uint32_t e = on ? v : v - 255u;
+  // Every neighbour takes the error or nothing: no unpredictable branch on
+  // the dot or the random pick.
+  const Target t = rule.template pick<Last, Final>();
+  const auto share = [&](Target k) { return e & (0u - static_cast<std::uint32_t>(t == k)); };
+  if constexpr (!Final) cur[ahead<D>(x)] += share(Target::Ahead);
+  if constexpr (!Last) {
+    below[x] += share(Target::Below);
+    if constexpr (Rule::kDiagonals) {
+      if constexpr (!Final) below[ahead<D>(x)] += share(Target::BelowAhead);
+      if (has_behind) below[behind<D>(x)] += share(Target::BelowBehind);
+    }
   }
 }
 
@@ -139,7 +137,7 @@ struct PlaceAsSource {
       : dots(d), stride(dot_stride(width)) {}
 
   void begin_row(std::uint32_t y, Dir, bool) { out = dots + static_cast<std::size_t>(y) * stride; }
-  void dot(std::uint32_t x) { set_dot(out, x); }
+  void dot(std::uint32_t x, bool on) { out[x >> 3] |= bit_if(on, 0x80u >> (x & 7u)); }
 };
 
 }  // namespace halftone::utilities

@@ -14,6 +14,7 @@ namespace {
 // tests below 129 throughout the last row and draws it from `last`.
 template <NoiseVariant V>
 struct NoiseRule {
+  static constexpr bool kDiagonals = false;
   unsigned char const* tone;
   FeedbackRandom& rows;
   FeedbackRandom& last;
