@@ -64,23 +64,21 @@ struct HalfSplit : BlockFrame<T> {
 };
 
 // The share down for a pixel of grey s with (biased) error t and draw r.
+// The draw picks a case from a table rather than a branch: its bits are noise.
 template <Dir D>
 std::int32_t random_down(std::int32_t t, std::uint32_t s, std::uint32_t r) {
-  const std::int32_t third = engine::third(t);
-  if (s >= 176) return (r & 1u) ? third : t - third;
-  switch (r & 3u) {
-    case 0:
-      return third;
-    case 1:
-      if (s >= 141) return t - third;
-      // Light-to-mid greys exchange cases 1 and 2 between the directions.
-      return D == Dir::Ltr ? third : t;
-    case 2:
-      if (s >= 141) return engine::half(t);
-      return D == Dir::Ltr ? t : third;
-    default:
-      return 0;
+  const std::int32_t third = engine::third(t), rest = t - third;
+  if (s >= 176) {
+    const std::int32_t cases[2] = {rest, third};
+    return cases[r & 1u];
   }
+  if (s >= 141) {
+    const std::int32_t cases[4] = {third, rest, engine::half(t), 0};
+    return cases[r & 3u];
+  }
+  // Light-to-mid greys exchange cases 1 and 2 between the directions.
+  const std::int32_t cases[4] = {third, D == Dir::Ltr ? third : t, D == Dir::Ltr ? t : third, 0};
+  return cases[r & 3u];
 }
 
 // No offsets: the error, biased by the curves (second curve at even columns
