@@ -3,25 +3,104 @@
 #pragma once
 #include "halftone/export.h"
 
+// Pattern banks: 256 images of patternHeight rows, the first for grey 255 and
+// the last for grey 0; rows of patternWidth / 8 bytes (KaiDuaning, one bit a
+// pixel) or (patternWidth x 2) / 8 bytes (NingJing, two bits a pixel). The
+// run masks and the pattern geometry are rewritten first, even when the load
+// then fails. NingJing then clears row bytes x height bytes from the start of
+// the grey-255 pattern (a fixed byte count at a 64-byte row pitch: rows
+// 0..15 of a 64 x 64 pattern). Returns 0, ERR_FILE_OPEN when the file cannot
+// be opened, ERR_FILE_READ on a short read (the rows read so far are kept; a
+// width below 8 gives empty rows, whose read counts as failed) or
+// ERR_LOAD_FAULT.
+//
+// Choices for input the stores cannot hold:
+//  * a width or height below 0 or above 256 is refused with ERR_LOAD_FAULT
+//    after the masks and geometry were written and the file was opened, and
+//    before any pattern changes (a missing file still gives ERR_FILE_OPEN);
+//  * the file is closed on every path, the short read included.
 HALFTONE_API int KaiDuaning(char const* fileName, int patternWidth, int patternHeight);
 HALFTONE_API int NingJing(char const* fileName, int patternWidth, int patternHeight);
+// 8-bit BMP threshold matrix: the pixel-data offset, width and height are
+// taken from the headers, rows are stored bottom-up and each takes exactly
+// width bytes (row padding is read as pixels). PuaningFa13 then turns every
+// entry of the whole 256 x 256 matrix t into the offset trunc((t - 127) x 0.4)
+// for the offset-matrix screens, after a complete read only. Both return 0
+// whatever happens: a missing file or a short header changes nothing, a short
+// read keeps the bytes read so far.
+//
+// Choices for input the matrix cannot hold:
+//  * a row wider than 256 bytes keeps its first 256 and the rest is read and
+//    dropped; rows that fall above row 255 are read and dropped;
+//  * a negative width fails as a short read before any row; a negative height
+//    or a width of 0 reads no rows and counts as complete;
+//  * a pixel-data offset the stream cannot reach reads no rows (a short read).
 HALFTONE_API int PuaningFa(char const* fileName, int, int);
 HALFTONE_API int PuaningFa13(char const* fileName, int, int);
+// Text threshold blocks: decimal numbers separated by spaces and carriage
+// returns; every other byte, line feeds included, belongs to a number, which
+// is converted as atoi does and kept as its low 16 bits. The file's last byte
+// is never examined, so "1 2 3" stores 1 and 2 and "1 2 3\r\n" all three. The
+// n-th number goes to block n / 256, row (n / 16) mod 16, column n mod 16.
+// All 65536 entries are cleared once the file has been read. Returns 0
+// whatever happens.
+//
+// Choices: a number longer than 19 characters is converted from its first 19;
+// numbers after the 65536th are dropped; an empty file clears the blocks; the
+// read buffer is released (no buffer is kept from call to call).
 HALFTONE_API int NiceMents(char const* fileName, int, int);
+// Does nothing. Returns 0.
 HALFTONE_API int PuaningFaAM(char const* fileName, int, int);
 
+// Run-length pattern screens: each row is walked in runs of equal grey, each
+// run copied from its grey's pattern (whole bytes, wrapping at the pattern
+// row; partial first and last bytes merged through the masks of the last
+// pattern load, applied as they stand even when they are the other loader's).
+// A run that starts at a row's last pixel is never copied, so that pixel
+// stays white and a row of one pixel gets no dots. Only the plane count of
+// the control word is read; the pattern restarts at row 0 of every call.
+// Returns 0.
+//
+// Sonicksure tiles the pattern at the geometry of the last pattern load.
+// Choices:
+//  * a geometry that describes no pattern inside the bank (no load yet, a
+//    width below 8, or the sizes of a refused load) clears the output and
+//    screens nothing;
+//  * a pattern row longer than the one-bit bank's 32-byte row (the geometry
+//    of a wide two-bit load) reads on into the next stored row, and reads past
+//    the end of the bank as 0;
+//  * with a pattern width that is not a multiple of 8, byte indices into the
+//    pattern row wrap modulo the row length; a run's last partial byte that
+//    would fall past the end of the output row is not written.
 HALFTONE_API int Sonicksure(unsigned char* source, unsigned char* dots, int width, int height,
                             unsigned int control);
+// The one-bit bank as fixed 256 x 256 tiles, whatever size was loaded (rows
+// and columns beyond a smaller load show what the bank holds there). The two
+// names give the same output.
 HALFTONE_API int MutexWindow(unsigned char* source, unsigned char* dots, unsigned int width,
                              unsigned int height, unsigned int control);
 HALFTONE_API int MutexWindow_Bak(unsigned char* source, unsigned char* dots, unsigned int width,
                                  unsigned int height, unsigned int control);
+// The two-bit bank as fixed 256 x 256 tiles, four pixels a byte.
 HALFTONE_API int TextDownload(unsigned char* source, unsigned char* dots, int width, int height,
                               unsigned int control);
+// Threshold against the loaded 256 x 256 matrix: a dot where grey <= entry;
+// plane p reads the matrix 16 p rows down and 16 p columns right (mod 256).
+// Returns 0.
 HALFTONE_API int WindowText(unsigned char* source, unsigned char* dots, int width, int height,
                             unsigned int control);
+// Built-in 16 x 16 clustered-dot matrix A: a dot where grey < 2 A - 1. Adds
+// the call's height to a per-plane row count (any number of planes), which
+// does not affect the output. Returns 0.
 HALFTONE_API int WindowTextAM1(unsigned char* source, unsigned char* dots, unsigned int width,
                                unsigned int height, unsigned int control);
+// Built-in matrix B, the same test, the grey values passed through the
+// shared lines of the banded integer screens: each plane's first row adds the
+// carry line's first width entries (then cleared), so the output is a plain
+// threshold whenever the lines are fresh. Band position 1 takes new zeroed
+// lines, 3 releases them; a plane count of 0 only clears (nothing else
+// happens). Choice: a band that finds no lines, or lines too small, takes new
+// zeroed ones as a first band would. Returns 0.
 HALFTONE_API int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int height,
                               unsigned int control);
 // Block-offset diffusion, banded. Each pixel's value (error + grey) is biased

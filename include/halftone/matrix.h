@@ -2,9 +2,17 @@
 #pragma once
 #include "halftone/export.h"
 
-// Builds the 16 x 16 dither matrix. Returns 0.
+// Builds the 16 x 16 recursive dither matrix (each of 0..255 once; row 0
+// begins 0, 128, 32, 160). Calling it again rebuilds the same values.
+// Returns 0.
 HALFTONE_API int SincesKai();
-// Plain ordered dither against the built matrix.
+// Plain ordered dither against the built matrix: a pixel is inked when its
+// grey is strictly below the matrix entry at (row mod 16, column mod 16), so
+// grey 0 leaves one pixel of every 16 x 16 tile white and grey 255 prints
+// nothing. Only the plane count of the control word is read; the matrix phase
+// restarts at row 0 of every call, whatever the band position. Before
+// SincesKai the matrix is all zero and the output stays blank. Keeps no
+// state. Returns 0.
 HALFTONE_API int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned int width,
                           unsigned int height, unsigned int control);
 // Offset-matrix diffusion with tone-curve noise, banded.
