@@ -88,18 +88,6 @@ TEST_F(Utilities, OrientedThresholdIs129AndEmptySizesTouchNothing) {
   }
 }
 
-TEST_F(Utilities, ScratchTurnsEqualDirectPlacement) {
-  auto src = make_source(37, 13, 1, Fill::RampX);
-  int tone[256];
-  for (int i = 0; i < 256; ++i) tone[i] = i;
-  pin_seed_time(99);
-  Output direct(dot_stride(13) * 37), scratch(dot_stride(13) * 37);
-  tishduth29dmc(src.data(), direct.data(), 37, 13, tone, nullptr);
-  unsigned char* p = scratch.data();
-  ixndiwkc76y(src.data(), p, 37, 13, tone, nullptr);
-  EXPECT_EQ(direct.body(), scratch.body());
-}
-
 using Noise = int (*)(unsigned char*, unsigned char*, unsigned int, unsigned int, unsigned char*);
 struct NoiseCase {
   char const* name;
