@@ -2,6 +2,8 @@
 // and hand-worked cases.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "frame/band_lines.h"
 #include "frame/tone_curves.h"
 #include "halftone/loaded.h"
@@ -102,6 +104,7 @@ TEST(BlockOffset, ScreensMatchModelOnRandomBandedJobs) {
   compare_random_jobs(CrisixOut_double, std::ref(dbl), fill_blocks, 300, 22);
   BlockModel<std::int32_t> random{Kind::Random31, {}, {}, {}, {}};
   compare_random_jobs(crisix31, std::ref(random), fill_blocks, 400, 23);
+  std::memset(ThresholdBlockStack, 0, sizeof ThresholdBlockStack);
 }
 
 // One plane of one column, a first band: the dots of each row.
@@ -200,6 +203,7 @@ TEST(BlockOffset, RandomSplitSharesByGreyAndDirection) {
     EXPECT_EQ(down, c.down) << int{c.g0} << "/" << int{c.g1} << " r " << c.r_mod4;
   }
   unpin_seed_time();
+  Itsdiufiavs(0, "");
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 // offset-matrix and block-offset screens alike.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
 #include "halftone/loaded.h"
@@ -44,7 +46,12 @@ class BandsTest : public ::testing::TestWithParam<Screen> {
     for (auto& v : ThresholdBlockStack) v = static_cast<std::int16_t>(gen() % 201) - 100;
     pin_seed_time(4242);
   }
-  void TearDown() override { unpin_seed_time(); }
+  void TearDown() override {
+    unpin_seed_time();
+    Itsdiufiavs(0, "");
+    std::memset(ThresholdOffsetMatrix, 0, sizeof ThresholdOffsetMatrix);
+    std::memset(ThresholdBlockStack, 0, sizeof ThresholdBlockStack);
+  }
 
   // One call; the generator is reseeded first, so that a screen whose random
   // sequence runs on across bands draws as it would on a first band.

@@ -52,6 +52,7 @@ using ModelFn = std::function<void(unsigned char const*, unsigned char*, std::ui
 // Random jobs (1-4 planes, widths 1-300, bands of 1-20 rows, band positions
 // 1, 2 or 0 ..., 3 or a single first band, random tone mode and fill) run
 // through `screen` and `model`; `prepare` fills the data stores for each job.
+// The clock is unpinned and tone mode 0 selected afterwards.
 inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
                                 std::function<void(std::mt19937&)> const& prepare, int jobs,
                                 std::uint32_t seed) {
@@ -80,6 +81,7 @@ inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
     }
   }
   unpin_seed_time();
+  Itsdiufiavs(0, "");
 }
 
 }  // namespace halftone::test
