@@ -8,6 +8,7 @@
 #include <array>
 #include <cstring>
 #include <random>
+#include <stdexcept>
 #include <string>
 
 #include "exports/catalog.h"

@@ -121,10 +121,8 @@ struct MultilevelModel {
           const bool end = i + 1 == W;
           std::int32_t code, level, s = srow[x];
           model_decide(k, B, cur[x], s, code, level);
-          if (four_bit)
-            orow[x / 2] |= code << (x % 2 == 0 ? 4 : 0);
-          else
-            orow[x / 4] |= code << (6 - 2 * (x % 4));
+          const std::uint32_t shift = four_bit ? (x % 2 == 0 ? 4 : 0) : 6 - 2 * (x % 4);
+          orow[four_bit ? x / 2 : x / 4] |= static_cast<unsigned char>(code << shift);
           std::int32_t e = w16(cur[x] - level);
           if (last && end && !thirds) continue;  // the band's final pixel: code only
           if (biased && ltr && x % 2 == 1) e = w16(e + tone.a[s]);
