@@ -1,5 +1,6 @@
 // Screen data file loaders and the screens that apply the loaded data.
-// Files are read from "<data folder>/Moths/<fileName>".
+// Files are read from "<data folder>/Moths/<fileName>". A null name, or one
+// that names a folder, counts as a file that cannot be opened.
 #pragma once
 #include "halftone/export.h"
 

@@ -41,15 +41,11 @@ TEST(PatternLoaders, ResultCodesAndWhatTheyLeaveBehind) {
     bool slots_untouched;
   };
   const Case cases[] = {
-      {"missing", 64, 64, ERR_FILE_OPEN, 8, true},
-      {"p64", 4, 64, ERR_FILE_READ, 0, true},
-      {"p64", 0, 0, 0, 0, true},
-      {"p64", 300, 64, ERR_LOAD_FAULT, 37, true},
-      {"p64", 64, 257, ERR_LOAD_FAULT, 8, true},
-      {"p64", 64, -1, ERR_LOAD_FAULT, 8, true},
-      {"p64", -8, 64, ERR_LOAD_FAULT, -1, true},
-      {"missing", 300, 64, ERR_FILE_OPEN, 37, true},
-      {"short", 64, 64, ERR_FILE_READ, 8, false},
+      {"missing", 64, 64, ERR_FILE_OPEN, 8, true},   {"", 64, 64, ERR_FILE_OPEN, 8, true},
+      {"p64", 4, 64, ERR_FILE_READ, 0, true},        {"p64", 0, 0, 0, 0, true},
+      {"p64", 300, 64, ERR_LOAD_FAULT, 37, true},    {"p64", 64, 257, ERR_LOAD_FAULT, 8, true},
+      {"p64", 64, -1, ERR_LOAD_FAULT, 8, true},      {"p64", -8, 64, ERR_LOAD_FAULT, -1, true},
+      {"missing", 300, 64, ERR_FILE_OPEN, 37, true}, {"short", 64, 64, ERR_FILE_READ, 8, false},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.width) + "x" +

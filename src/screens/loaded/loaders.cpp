@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "frame/data_folder.h"
@@ -23,7 +25,14 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-File open_data_file(char const* name) { return File(std::fopen(moths_path(name).c_str(), "rb")); }
+// A missing or null name, or one that names a folder, cannot be opened.
+File open_data_file(char const* name) {
+  if (name == nullptr) return nullptr;
+  const std::string path = moths_path(name);
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored)) return nullptr;
+  return File(std::fopen(path.c_str(), "rb"));
+}
 
 // A pattern file's layout in its bank.
 struct PatternBank {
