@@ -48,7 +48,17 @@ HALFTONE_API int Kaocosyx1(unsigned char* source, unsigned char* dots, int width
 // Kaocosyx1. Returns 0.
 HALFTONE_API int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned int width,
                             unsigned int height, unsigned int control);
-// Two-bit members of the family.
+// Two-bit members of the family (two bits a pixel, four pixels a byte, stride
+// ((width * 2 + 31) >> 3) & ~3). Both are compositions of rules the library
+// already has, deciding each pixel with FastGroup's bracketed four-level cascade
+// (levels from parameter bytes 0-3, set through Itsdiufiavs; the pixel's value
+// taken as a signed 16-bit value) and writing its code; the error passed on is
+// the value minus the chosen code's level:
+//  * Kaocosyx13: the offset-matrix serpentine of Kaocosyx1 (offsets from the
+//    loaded offset matrix tiled by 240, thirds, curve noise, carry only after a
+//    right-to-left last row; reseeds every call);
+//  * Kaocosyx14: the random thirds-or-quarters splits of Kaocosyx10 (no matrix).
+// Sizes and stray bands are handled as for Kaocosyx1. Return 0.
 HALFTONE_API int Kaocosyx13(unsigned char* source, unsigned char* dots, int width, int height,
                             unsigned int control);
 HALFTONE_API int Kaocosyx14(unsigned char* source, unsigned char* dots, int width, int height,

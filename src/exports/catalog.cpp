@@ -23,7 +23,7 @@ std::span<ScreenInfo const> catalog() {
     std::vector<ScreenInfo> v;
     for (auto part : {diffusion_catalog(), matrix_catalog(), matrix_offset_catalog(),
                       damped_catalog(), multilevel_catalog(), loaded_catalog(),
-                      loaded_block_catalog(), utilities_catalog(), composed_catalog()})
+                      loaded_block_catalog(), utilities_catalog(), matrix_composed_catalog()})
       v.insert(v.end(), part.begin(), part.end());
     return v;
   }();

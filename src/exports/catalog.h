@@ -46,14 +46,14 @@ std::span<ScreenInfo const> catalog();
 ScreenInfo const* find_screen(char const* name);
 
 // The parts of the catalog, one for each file of the export table.
-std::span<ScreenInfo const> diffusion_catalog();      // exports/diffusion.cpp
-std::span<ScreenInfo const> matrix_catalog();         // exports/matrix.cpp
-std::span<ScreenInfo const> matrix_offset_catalog();  // exports/matrix_offset.cpp
-std::span<ScreenInfo const> damped_catalog();         // exports/damped.cpp
-std::span<ScreenInfo const> multilevel_catalog();     // exports/multilevel.cpp
-std::span<ScreenInfo const> loaded_catalog();         // exports/loaded.cpp
-std::span<ScreenInfo const> loaded_block_catalog();   // exports/loaded_block.cpp
-std::span<ScreenInfo const> utilities_catalog();      // exports/utilities.cpp
-std::span<ScreenInfo const> composed_catalog();       // exports/*_composed.cpp
+std::span<ScreenInfo const> diffusion_catalog();        // exports/diffusion.cpp
+std::span<ScreenInfo const> matrix_catalog();           // exports/matrix.cpp
+std::span<ScreenInfo const> matrix_offset_catalog();    // exports/matrix_offset.cpp
+std::span<ScreenInfo const> damped_catalog();           // exports/damped.cpp
+std::span<ScreenInfo const> multilevel_catalog();       // exports/multilevel.cpp
+std::span<ScreenInfo const> loaded_catalog();           // exports/loaded.cpp
+std::span<ScreenInfo const> loaded_block_catalog();     // exports/loaded_block.cpp
+std::span<ScreenInfo const> utilities_catalog();        // exports/utilities.cpp
+std::span<ScreenInfo const> matrix_composed_catalog();  // exports/matrix_composed.cpp
 
 }  // namespace halftone

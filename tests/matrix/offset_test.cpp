@@ -2,8 +2,10 @@
 // and hand-worked cases.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
 
 #include "frame/band_lines.h"
 #include "frame/tone_curves.h"
@@ -16,9 +18,30 @@ namespace {
 
 // Rows alternate, the first left to right; row y's cells below start from
 // matrix row (y + 1) mod 240 (zero for the random-split screen).
+// With `codes`, pixels are decided by the four-level cascade of the parameter
+// bytes (0-3 the greys of codes 3, 2, 1, 0) into two-bit codes instead.
 struct OffsetModel {
   bool random;
   std::vector<std::int32_t> carry, e1, e2;
+  bool codes = false;
+
+  // The cascade: the source grey picks the bracketing levels, v chooses.
+  static std::int32_t cascade(std::int32_t v, std::uint32_t s, unsigned char* o, std::uint32_t x) {
+    std::uint8_t const* b = ScreenParameterBytes();
+    const std::int32_t m32 = (b[0] + b[1]) >> 1, m21 = (b[1] + b[2]) >> 1, m10 = (b[2] + b[3]) >> 1;
+    v = w16(v);
+    int code;
+    if (v > m10)
+      code = s <= b[1] ? 2 : s <= b[2] ? 1 : 0;
+    else if (v > m21)
+      code = s <= b[1] ? 2 : 1;
+    else if (v > m32)
+      code = s <= b[2] ? 2 : 1;
+    else
+      code = s <= b[1] ? 3 : s <= b[2] ? 2 : 1;
+    o[x / 4] |= static_cast<unsigned char>(code << (6 - 2 * (x % 4)));
+    return w16(v - b[3 - code]);
+  }
 
   void operator()(unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
                   std::uint32_t planes, std::uint32_t band, std::uint32_t seconds) {
@@ -29,7 +52,7 @@ struct OffsetModel {
     auto m = [&](std::uint32_t r, std::uint32_t x) {
       return random ? 0 : std::int32_t{ThresholdOffsetMatrix[r][x % 240]};
     };
-    const std::uint32_t ss = source_stride(w), ds = dot_stride(w);
+    const std::uint32_t ss = source_stride(w), ds = codes ? dot2_stride(w) : dot_stride(w);
     for (std::uint32_t p = 0; p < planes; ++p) {
       std::int32_t* cp = carry.data() + p * w;
       for (std::uint32_t x = 0; x < w; ++x) e1[x] = w16(m(0, x) + cp[x]), cp[x] = 0;
@@ -42,7 +65,10 @@ struct OffsetModel {
           const std::uint32_t x = ltr ? i : w - 1 - i;
           const std::int32_t v = (ltr ? e1[x] : e2[x]) + s[x];
           std::int32_t e = v <= 128 ? v : v - 255;
-          if (v <= 128) model_dot(o, x);
+          if (codes)
+            e = cascade(v, s[x], o, x);
+          else if (v <= 128)
+            model_dot(o, x);
           const bool thirds = !random || rng.draw() % 2 == 1;
           if (ltr) {
             if (!random && x % 2 == 0) e += c.b[s[x]];
@@ -90,6 +116,33 @@ TEST(OffsetMatrix, MatchesModelOnRandomBandedJobs) {
 TEST(OffsetMatrix, RandomSplitMatchesModelOnRandomBandedJobs) {
   OffsetModel model{true, {}, {}, {}};
   compare_random_jobs(Kaocosyx10, std::ref(model), fill_offsets, 400, 12);
+  std::memset(ThresholdOffsetMatrix, 0, sizeof ThresholdOffsetMatrix);
+}
+
+// The two-bit members: the same serpentines deciding with the four-level
+// cascade, on random parameter strings (rising levels, or any order).
+void fill_offsets_and_levels(std::mt19937& gen) {
+  fill_offsets(gen);
+  int level[4];
+  for (int& l : level) l = static_cast<int>(gen() % 256);
+  if (gen() % 2) std::sort(std::begin(level), std::end(level));
+  const std::string params = std::to_string(level[0]) + "," + std::to_string(level[1]) + "," +
+                             std::to_string(level[2]) + "," + std::to_string(level[3]) + ",";
+  Itsdiufiavs(static_cast<int>(gen() % 18), params.c_str());
+}
+
+TEST(OffsetMatrix, TwoBitMembersMatchModelOnRandomBandedJobs) {
+  const auto k13 = [](unsigned char* s, unsigned char* d, std::uint32_t w, std::uint32_t h,
+                      std::uint32_t c) {
+    return Kaocosyx13(s, d, static_cast<int>(w), static_cast<int>(h), c);
+  };
+  const auto k14 = [](unsigned char* s, unsigned char* d, std::uint32_t w, std::uint32_t h,
+                      std::uint32_t c) {
+    return Kaocosyx14(s, d, static_cast<int>(w), static_cast<int>(h), c);
+  };
+  OffsetModel matrix{false, {}, {}, {}, true}, random{true, {}, {}, {}, true};
+  compare_random_jobs(k13, std::ref(matrix), fill_offsets_and_levels, 300, 13, 2);
+  compare_random_jobs(k14, std::ref(random), fill_offsets_and_levels, 300, 14, 2);
   std::memset(ThresholdOffsetMatrix, 0, sizeof ThresholdOffsetMatrix);
 }
 

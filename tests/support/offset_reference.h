@@ -55,7 +55,7 @@ using ModelFn = std::function<void(unsigned char const*, unsigned char*, std::ui
 // The clock is unpinned and tone mode 0 selected afterwards.
 inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
                                 std::function<void(std::mt19937&)> const& prepare, int jobs,
-                                std::uint32_t seed) {
+                                std::uint32_t seed, int bits = 1) {
   std::mt19937 gen(seed);
   for (int j = 0; j < jobs; ++j) {
     const std::uint32_t planes = 1 + gen() % 4, width = 1 + gen() % 300;
@@ -70,7 +70,8 @@ inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
       const std::uint32_t band = b == 0 ? 1 : b + 1 == bands ? 3 : (gen() & 1) * 2;
       const std::uint32_t height = 1 + gen() % 20;
       auto src = make_source(width, height, planes, fill, gen(), flat);
-      const std::size_t n = std::size_t{dot_stride(width)} * height * planes;
+      const std::size_t n =
+          std::size_t{bits == 2 ? dot2_stride(width) : dot_stride(width)} * height * planes;
       Output out(n);
       std::vector<unsigned char> expect(n, 0);
       screen(src.data(), out.data(), width, height, make_control(planes, band));
