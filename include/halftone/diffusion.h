@@ -8,7 +8,9 @@
 //    on demand (as if the job had started with no carried error);
 //  * a band whose plane count or width exceeds the lines held from the first
 //    band reallocates them zeroed;
-//  * zero width or height: the output is cleared as far as it goes, result 0.
+//  * zero width or height: the output is cleared as far as it goes, result 0;
+//  * lines that cannot be allocated: the output is cleared, the family holds no
+//    lines afterwards and the call returns ERR_NO_MEMORY (20302).
 #pragma once
 #include "halftone/export.h"
 

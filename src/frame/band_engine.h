@@ -29,6 +29,7 @@
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
 #include "frame/layout.h"
+#include "halftone/export.h"
 
 namespace halftone::engine {
 
@@ -96,13 +97,12 @@ class BandEngine {
         src_stride_(source_stride(width)),
         out_stride_(Policy::out_stride(width)) {}
 
+  // The lines have been taken for this band (BandLines::try_begin).
   void run(BandLines<T>& lines) {
-    const bool allocated = lines.begin(control_, width_, Policy::kCarryStart);
     clear_output(dots_, control_.planes, out_stride_, height_);
     if (Policy::kReseed == Reseed::EveryCall ||
         (Policy::kReseed == Reseed::FirstBand && control_.first_band()))
       reseed_screening();
-    (void)allocated;
     if (width_ != 0 && height_ != 0) {
       LocalRandom rng;
       for (std::uint32_t p = 0; p < control_.planes; ++p) plane(lines, p, *rng);
@@ -217,11 +217,18 @@ class BandEngine {
   std::uint32_t out_stride_;
 };
 
-// Screens one call of a banded job with `policy` on `lines`. Returns 0.
+// Screens one call of a banded job with `policy` on `lines`. Returns 0, or
+// ERR_NO_MEMORY when the persistent lines cannot be allocated: the output is
+// then cleared and the family holds no lines (a later band allocates afresh).
 template <class Policy>
 int screen(Policy& policy, BandLines<typename Policy::Value>& lines, unsigned char const* source,
            unsigned char* dots, std::uint32_t width, std::uint32_t height, std::uint32_t control) {
-  BandEngine<Policy>(policy, source, dots, width, height, ScreenControl(control)).run(lines);
+  const ScreenControl ctl(control);
+  if (!lines.try_begin(ctl, width, Policy::kCarryStart)) {
+    clear_output(dots, ctl.planes, Policy::out_stride(width), height);
+    return ERR_NO_MEMORY;
+  }
+  BandEngine<Policy>(policy, source, dots, width, height, ctl).run(lines);
   return 0;
 }
 

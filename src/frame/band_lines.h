@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 
 #include "frame/layout.h"
 
@@ -29,6 +30,17 @@ class BandLines {
       return true;
     }
     return false;
+  }
+  // As begin, but reports a failed allocation (false) instead of throwing; the
+  // family then holds no lines.
+  bool try_begin(ScreenControl control, std::size_t width, T carry_start = T{}) noexcept {
+    try {
+      begin(control, width, carry_start);
+      return true;
+    } catch (std::bad_alloc const&) {
+      release();
+      return false;
+    }
   }
   void end(ScreenControl control) {
     if (control.last_band()) release();

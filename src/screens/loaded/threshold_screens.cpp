@@ -5,6 +5,7 @@
 
 #include "frame/band_lines.h"
 #include "frame/layout.h"
+#include "halftone/export.h"
 #include "screens/loaded/screens.h"
 #include "screens/loaded/stores.h"
 #include "screens/loaded/threshold_rows.h"
@@ -134,8 +135,9 @@ int clustered_threshold_lines(unsigned char const* source, unsigned char* dots, 
   const PlaneRows<unsigned char const> src{source, source_stride(width), planes};
   const PlaneRows<unsigned char> out{dots, dot_stride(width), planes};
   BandLines<std::int16_t>& lines = shared_lines();
-  lines.begin(ctl, width);
+  const bool held = lines.try_begin(ctl, width);
   clear_output(dots, planes, out.stride, height);
+  if (!held) return ERR_NO_MEMORY;
   if (planes == 0) return 0;
   for (std::size_t p = 0; p < planes; ++p) {
     if (height != 0) {
