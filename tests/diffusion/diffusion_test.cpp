@@ -215,3 +215,25 @@ TEST(Diffusion, SplitsTruncateTowardZero) {
 
 }  // namespace
 }  // namespace halftone::test
+
+namespace halftone::test {
+namespace {
+
+// Lines too large to allocate: the call reports it instead of throwing, and a
+// later job starts afresh.
+TEST(Diffusion, LinesThatCannotBeAllocatedReportNoMemory) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the address sanitizer's allocator aborts on oversized requests";
+#else
+  unsigned char src[4] = {};
+  Output out(0);
+  EXPECT_EQ(sdiufiavs(src, out.data(), 0x7FFFFFFF, 0, make_control(255, 1)), ERR_NO_MEMORY);
+  EXPECT_TRUE(out.guard_intact());
+  Output small(dot_stride(4));
+  EXPECT_EQ(sdiufiavs1(src, small.data(), 4, 1, make_control(1, 2)), 0);
+  EXPECT_TRUE(small.guard_intact());
+#endif
+}
+
+}  // namespace
+}  // namespace halftone::test
