@@ -5,6 +5,7 @@
 
 #include "frame/band_lines.h"
 #include "screens/matrix/offset_matrix.h"
+#include "frame/tone_curves.h"
 #include "screens/multilevel/cascades.h"
 
 namespace halftone::matrix {
@@ -13,7 +14,8 @@ namespace {
 // The cascade decides on the pixel's value taken as a signed 16-bit value,
 // as every multi-level screen keeps it, and on the pixel's own grey.
 struct FourLevelCodes {
-  multilevel::BracketedFourLevel cascade;  // read from the parameter bytes once a call
+  // Read from the parameter bytes once a call.
+  multilevel::BracketedFourLevel cascade{ScreenParameterBytes()};
 
   static std::uint32_t out_stride(std::uint32_t width) { return dot2_stride(width); }
   std::int32_t operator()(std::int32_t v, Pixel px, unsigned char* out) const {
