@@ -14,6 +14,12 @@ using engine::half;
 using engine::shift_half;
 using engine::two_thirds;
 
+// `one` when the next random bit is 1, else `zero`, without a branch on the bit.
+inline std::int32_t on_bit(FeedbackRandom& rng, std::int32_t one, std::int32_t zero) {
+  const std::int32_t mask = -static_cast<std::int32_t>(rng.bit());
+  return (one & mask) | (zero & ~mask);
+}
+
 // The frame the four screens share. Error rows are overwritten from above, one
 // share a pixel, and take the shares along the row as the row is scanned. The
 // carry row starts a page at the screen's priming value; after that only a
@@ -35,11 +41,9 @@ struct ToneBanded : engine::PolicyBase<std::int16_t> {
   template <Dir D, Role R>
   Shares pixel(std::int16_t c, Pixel px, unsigned char* out, FeedbackRandom& rng) {
     const std::int32_t v = c + static_cast<std::int32_t>(px.s);
-    std::int32_t e = v - 255;
-    if (v <= 128) {
-      set_dot(out, px.x);
-      e = v;
-    }
+    const bool dot = v <= 128;
+    put_dot(out, px.x, dot);
+    std::int32_t e = dot ? v : v - 255;
     // The noise changes only what is passed on, never the pixel's own dot.
     if constexpr (Rules::kNoise != nullptr) {
       const bool odd = (px.x & 1u) != 0;
@@ -65,8 +69,8 @@ struct ThreeBands {
   static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
     constexpr Bands bands = D == Dir::Ltr ? R::kLtr : R::kRtl;
     if (s >= bands.high) return (x & 1u) ? R::lesser(e) : two_thirds(e);
-    if (s >= bands.middle) return rng.bit() ? R::lesser(e) : two_thirds(e);
-    return rng.bit() ? e : shift_half(e);
+    if (s >= bands.middle) return on_bit(rng, R::lesser(e), two_thirds(e));
+    return on_bit(rng, e, shift_half(e));
   }
 };
 
@@ -108,8 +112,8 @@ struct FiveBandRules {
       const bool odd = (x & 1u) != 0;
       return (D == Dir::Ltr ? !odd : odd) ? two_thirds(e) : half(e);
     }
-    if (s >= 176) return rng.bit() ? two_thirds(e) : half(e);
-    return rng.bit() ? e : half(e);
+    if (s >= 176) return on_bit(rng, two_thirds(e), half(e));
+    return on_bit(rng, e, half(e));
   }
 };
 
