@@ -20,6 +20,10 @@ inline std::int32_t on_bit(FeedbackRandom& rng, std::int32_t one, std::int32_t z
   return (one & mask) | (zero & ~mask);
 }
 
+// Which pixels add the noise table's term: none; odd columns of right-to-left
+// rows; or those and even columns of left-to-right rows.
+enum class NoiseColumns { None, RtlOdd, Alternate };
+
 // The frame the four screens share. Error rows are overwritten from above, one
 // share a pixel, and take the shares along the row as the row is scanned. The
 // carry row starts a page at the screen's priming value; after that only a
@@ -27,7 +31,7 @@ inline std::int32_t on_bit(FeedbackRandom& rng, std::int32_t one, std::int32_t z
 // downward shares to the next band. The generator is reseeded on first bands
 // only, so its sequence runs on through a page.
 //
-// Rules supplies kCarryStart, the noise table (or none) with its columns, and
+// Rules supplies kCarryStart, the noise table with its columns, and
 // `along`: the share for the next pixel in scan order (the rest goes below).
 // Every pixel of every row, row ends included, draws and splits by the same
 // rule; a row end's share along the row is simply lost.
@@ -45,9 +49,10 @@ struct ToneBanded : engine::PolicyBase<std::int16_t> {
     put_dot(out, px.x, dot);
     std::int32_t e = dot ? v : v - 255;
     // The noise changes only what is passed on, never the pixel's own dot.
-    if constexpr (Rules::kNoise != nullptr) {
+    if constexpr (Rules::kNoiseColumns != NoiseColumns::None) {
       const bool odd = (px.x & 1u) != 0;
-      if (D == Dir::Rtl ? odd : Rules::kNoiseLtrEven && !odd) e += (*Rules::kNoise)[px.s];
+      if (D == Dir::Rtl ? odd : Rules::kNoiseColumns == NoiseColumns::Alternate && !odd)
+        e += (*Rules::kNoise)[px.s];
     }
     const std::int32_t n = Rules::template along<D>(e, px.s, px.x, rng);
     return {n, e - n};
@@ -79,7 +84,7 @@ struct ThreeBands {
 struct Amplitude31Rules : ThreeBands<Amplitude31Rules> {
   static constexpr std::int16_t kCarryStart = -35;
   static constexpr NoiseTable const* kNoise = &kNoiseAmplitude31;
-  static constexpr bool kNoiseLtrEven = false;
+  static constexpr NoiseColumns kNoiseColumns = NoiseColumns::RtlOdd;
   static constexpr Bands kLtr{166, 216};
   static constexpr Bands kRtl{179, 213};
   static std::int32_t lesser(std::int32_t e) { return shift_half(e); }
@@ -90,7 +95,7 @@ struct Amplitude31Rules : ThreeBands<Amplitude31Rules> {
 struct Band31Rules : ThreeBands<Band31Rules> {
   static constexpr std::int16_t kCarryStart = -25;
   static constexpr NoiseTable const* kNoise = &kNoiseBand31;
-  static constexpr bool kNoiseLtrEven = true;
+  static constexpr NoiseColumns kNoiseColumns = NoiseColumns::Alternate;
   static constexpr Bands kLtr{166, 216};
   static constexpr Bands kRtl{185, 213};
   static std::int32_t lesser(std::int32_t e) { return (3 * e) >> 2; }
@@ -102,7 +107,7 @@ struct Band31Rules : ThreeBands<Band31Rules> {
 struct FiveBandRules {
   static constexpr std::int16_t kCarryStart = 0;
   static constexpr NoiseTable const* kNoise = &kNoiseAmplitude8;
-  static constexpr bool kNoiseLtrEven = true;
+  static constexpr NoiseColumns kNoiseColumns = NoiseColumns::Alternate;
 
   template <Dir D>
   static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
@@ -121,8 +126,7 @@ struct FiveBandRules {
 // the rest below.
 struct HalvesRules {
   static constexpr std::int16_t kCarryStart = 0;
-  static constexpr NoiseTable const* kNoise = nullptr;
-  static constexpr bool kNoiseLtrEven = false;
+  static constexpr NoiseColumns kNoiseColumns = NoiseColumns::None;
 
   template <Dir D>
   static std::int32_t along(std::int32_t e, std::uint32_t, std::uint32_t, FeedbackRandom&) {
