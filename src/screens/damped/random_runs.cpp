@@ -23,9 +23,10 @@ struct RandomRuns : engine::PolicyBase<double> {
   void begin_plane(std::uint32_t) { left = 0, index = 0, repeats = 0, along = 0; }
 
   // Every pixel makes a draw it does not use. A pixel that finds no run under
-  // way draws the next run's length index; the same index drawn a second time
-  // running (counted against the last choice) is replaced, by 1 if it was 0
-  // and by 0 otherwise. Each run flips where the error goes.
+  // way draws the next run's length index. A drawn index equal to the current
+  // one counts as a repeat (the index starts at 0 in every plane); the second
+  // repeat in a row is replaced, by 1 if it was 0 and by 0 otherwise. Each run
+  // flips where the error goes.
   void advance(FeedbackRandom& rng) {
     (void)rng.draw();
     if (left == 0) {
