@@ -32,7 +32,7 @@ struct HalfSplit : engine::PolicyBase<double> {
 int half_split(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                std::uint32_t height, std::uint32_t control) {
   HalfSplit policy;
-  return screen_or_no_memory(policy, damped_lines(), source, dots, width, height, control);
+  return engine::screen(policy, damped_lines(), source, dots, width, height, control);
 }
 
 }  // namespace halftone::damped

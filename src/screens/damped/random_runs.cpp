@@ -67,7 +67,7 @@ struct RandomRuns : engine::PolicyBase<double> {
 int random_runs(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                 std::uint32_t height, std::uint32_t control) {
   RandomRuns policy;
-  return screen_or_no_memory(policy, damped_lines(), source, dots, width, height, control);
+  return engine::screen(policy, damped_lines(), source, dots, width, height, control);
 }
 
 }  // namespace halftone::damped

@@ -1,10 +1,8 @@
 // Pieces shared by the damped and noise-table screens.
 #pragma once
 #include <cstdint>
-#include <new>
 
 #include "frame/band_engine.h"
-#include "halftone/export.h"
 
 namespace halftone::damped {
 
@@ -23,22 +21,6 @@ inline double quantise(double v, std::uint32_t x, unsigned char* out) {
   const bool dot = v <= 128.0;
   put_dot(out, x, dot);
   return dot ? v : v - 255.0;
-}
-
-// One call of a banded job. When the persistent lines cannot be allocated the
-// output is cleared, the family is left holding no lines (a later band
-// allocates them afresh) and the call returns ERR_NO_MEMORY.
-template <class Policy>
-int screen_or_no_memory(Policy& policy, BandLines<typename Policy::Value>& lines,
-                        unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                        std::uint32_t height, std::uint32_t control) {
-  try {
-    return engine::screen(policy, lines, source, dots, width, height, control);
-  } catch (std::bad_alloc const&) {
-    lines.release();
-    clear_output(dots, ScreenControl(control).planes, Policy::out_stride(width), height);
-    return ERR_NO_MEMORY;
-  }
 }
 
 }  // namespace halftone::damped

@@ -138,7 +138,7 @@ template <class Rules>
 int run(unsigned char const* source, unsigned char* dots, std::uint32_t width, std::uint32_t height,
         std::uint32_t control) {
   ToneBanded<Rules> policy;
-  return screen_or_no_memory(policy, shared_lines(), source, dots, width, height, control);
+  return engine::screen(policy, shared_lines(), source, dots, width, height, control);
 }
 
 }  // namespace
