@@ -39,6 +39,13 @@ struct ScreenInfo {
              std::uint32_t control);
 };
 
+// The uniform call for an entry point whose sizes are signed ints.
+template <int (*Screen)(unsigned char*, unsigned char*, int, int, unsigned int)>
+int run_signed(unsigned char* source, unsigned char* dots, std::uint32_t width,
+               std::uint32_t height, std::uint32_t control) {
+  return Screen(source, dots, static_cast<int>(width), static_cast<int>(height), control);
+}
+
 // Output row stride in bytes of an entry for a given output width.
 std::uint32_t output_stride(ScreenInfo const& info, std::uint32_t out_width);
 

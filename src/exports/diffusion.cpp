@@ -48,41 +48,24 @@ int run_hxkjsdi67x(unsigned char* s, unsigned char* o, std::uint32_t w, std::uin
                    std::uint32_t) {
   return hxkjsdi67x(s, o, w, h);
 }
-int run_jsdi6yruis(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                   std::uint32_t c) {
-  return jsdi6yruis(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-int run_sdiufiavs(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                  std::uint32_t c) {
-  return sdiufiavs(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-int run_mandfanes(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                  std::uint32_t c) {
-  return mandfanes(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-int run_orangecagn(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                   std::uint32_t c) {
-  return orangecagn(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-
 constexpr unsigned kTone = kNeedsToneSetup;
 const ScreenInfo kDiffusion[] = {
     {"hxkjsdi67x", "diffusion", 1, false, false, Layout::Same, 0,
      "random-direction diffusion, one plane, whole page in one call", run_hxkjsdi67x},
     {"jsdi6yruis", "diffusion", 1, true, true, Layout::Same, 0, "banded random-direction diffusion",
-     run_jsdi6yruis},
+     run_signed<jsdi6yruis>},
     {"irpduix7sg", "diffusion", 1, true, true, Layout::Same, 0,
      "banded random-direction diffusion (unsigned sizes)", irpduix7sg},
     {"sdiufiavs", "diffusion", 1, true, true, Layout::Same, kTone,
-     "thirds split with tone push from the active curves", run_sdiufiavs},
+     "thirds split with tone push from the active curves", run_signed<sdiufiavs>},
     {"sdiufiavs1", "diffusion", 1, true, true, Layout::Same, 0,
      "conserving split, random sequence runs on across bands", sdiufiavs1},
     {"highforces", "diffusion", 1, true, true, Layout::Same, 0,
      "13-state counter, scan direction runs on across bands", highforces},
     {"mandfanes", "diffusion", 1, true, true, Layout::Same, 0,
-     "thirds split, inverted output (set bit = paper)", run_mandfanes},
+     "thirds split, inverted output (set bit = paper)", run_signed<mandfanes>},
     {"orangecagn", "diffusion", 1, true, true, Layout::Same, 0,
-     "quarters split, inverted output (set bit = paper)", run_orangecagn},
+     "quarters split, inverted output (set bit = paper)", run_signed<orangecagn>},
 };
 
 }  // namespace

@@ -62,38 +62,23 @@ int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int heig
 namespace halftone {
 namespace {
 
-int run_Sonicksure(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                   std::uint32_t c) {
-  return Sonicksure(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-int run_TextDownload(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                     std::uint32_t c) {
-  return TextDownload(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-int run_WindowText(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                   std::uint32_t c) {
-  return WindowText(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-int run_WindowTextAM(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                     std::uint32_t c) {
-  return WindowTextAM(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-
 const ScreenInfo kLoaded[] = {
     {"Sonicksure", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
-     "one-bit pattern per grey, tiled at the loaded pattern size", run_Sonicksure},
+     "one-bit pattern per grey, tiled at the loaded pattern size", run_signed<Sonicksure>},
     {"MutexWindow", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
      "one-bit pattern per grey, fixed 256 x 256 tile", MutexWindow},
     {"MutexWindow_Bak", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
      "one-bit pattern per grey, fixed 256 x 256 tile (block-copy form)", MutexWindow_Bak},
     {"TextDownload", "loaded", 2, true, false, Layout::Same, kNeedsPattern2,
-     "two-bit pattern per grey, fixed 256 x 256 tile", run_TextDownload},
+     "two-bit pattern per grey, fixed 256 x 256 tile", run_signed<TextDownload>},
     {"WindowText", "loaded", 1, true, false, Layout::Same, kNeedsMatrixBmp,
-     "loaded 256 x 256 threshold matrix, shifted 16 rows and columns per plane", run_WindowText},
+     "loaded 256 x 256 threshold matrix, shifted 16 rows and columns per plane",
+     run_signed<WindowText>},
     {"WindowTextAM1", "loaded", 1, true, false, Layout::Same, kNeedsNothing,
      "built-in 16 x 16 clustered-dot threshold matrix", WindowTextAM1},
     {"WindowTextAM", "loaded", 1, true, true, Layout::Same, kNeedsNothing,
-     "built-in scattered clustered-dot threshold matrix, through the band lines", run_WindowTextAM},
+     "built-in scattered clustered-dot threshold matrix, through the band lines",
+     run_signed<WindowTextAM>},
 };
 
 }  // namespace

@@ -23,11 +23,6 @@ int CrisixOut31(unsigned char* source, unsigned char* dots, int width, int heigh
 namespace halftone {
 namespace {
 
-int run_CrisixOut31(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                    std::uint32_t c) {
-  return CrisixOut31(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-
 const ScreenInfo kLoadedBlock[] = {
     {"CrisixOut", "loaded", 1, true, true, Layout::Same, kNeedsBlockStack,
      "half-split diffusion biased by threshold blocks chosen by grey", CrisixOut},
@@ -35,7 +30,7 @@ const ScreenInfo kLoadedBlock[] = {
      "half-split diffusion in double precision, no offsets", CrisixOut_double},
     {"CrisixOut31", "loaded", 1, true, true, Layout::Same, kNeedsToneSetup,
      "grey-dependent random splits with tone-curve bias, random sequence runs on across bands",
-     run_CrisixOut31},
+     run_signed<CrisixOut31>},
 };
 
 }  // namespace

@@ -20,21 +20,13 @@ int Kaocosyx14(unsigned char* source, unsigned char* dots, int width, int height
 namespace halftone {
 namespace {
 
-int run_Kaocosyx13(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                   std::uint32_t c) {
-  return Kaocosyx13(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-int run_Kaocosyx14(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                   std::uint32_t c) {
-  return Kaocosyx14(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-
 const ScreenInfo kMatrixComposed[] = {
     {"Kaocosyx13", "matrix", 2, true, true, Layout::Same, kNeedsToneSetup | kNeedsMatrixBmp,
      "composition: Kaocosyx1's offset-matrix serpentine with FastGroup's four-level cascade",
-     run_Kaocosyx13},
+     run_signed<Kaocosyx13>},
     {"Kaocosyx14", "matrix", 2, true, true, Layout::Same, kNeedsToneSetup,
-     "composition: Kaocosyx10's random splits with FastGroup's four-level cascade", run_Kaocosyx14},
+     "composition: Kaocosyx10's random splits with FastGroup's four-level cascade",
+     run_signed<Kaocosyx14>},
 };
 
 }  // namespace

@@ -19,14 +19,9 @@ int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned int width, u
 namespace halftone {
 namespace {
 
-int run_Kaocosyx1(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-                  std::uint32_t c) {
-  return Kaocosyx1(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-
 const ScreenInfo kMatrixOffset[] = {
     {"Kaocosyx1", "matrix", 1, true, true, Layout::Same, kNeedsToneSetup | kNeedsMatrixBmp,
-     "offset-matrix diffusion (240 tile) with tone-curve noise", run_Kaocosyx1},
+     "offset-matrix diffusion (240 tile) with tone-curve noise", run_signed<Kaocosyx1>},
     {"Kaocosyx10", "matrix", 1, true, true, Layout::Same, kNeedsToneSetup,
      "random thirds-or-quarters split diffusion with tone-curve noise", Kaocosyx10},
 };

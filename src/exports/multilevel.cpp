@@ -48,13 +48,6 @@ int RoundPump1(unsigned char* source, unsigned char* dots, unsigned int width, u
 namespace halftone {
 namespace {
 
-// Uniform calls for the entries with signed sizes.
-template <int (*Screen)(unsigned char*, unsigned char*, int, int, unsigned int)>
-int run_signed(unsigned char* s, unsigned char* o, std::uint32_t w, std::uint32_t h,
-               std::uint32_t c) {
-  return Screen(s, o, static_cast<int>(w), static_cast<int>(h), c);
-}
-
 constexpr unsigned kTone = kNeedsToneSetup;
 const ScreenInfo kMultilevel[] = {
     {"FastGroup", "multilevel", 2, true, true, Layout::Same, kTone,
