@@ -11,31 +11,9 @@
 
 #include "halftone/setup.h"
 #include "support/images.h"
+#include "support/ref_random.h"
 
 namespace halftone::test {
-
-// The 31-word additive generator with lag 3.
-class RefRandom {
- public:
-  void seed(std::uint32_t s) {
-    w_[0] = s;
-    for (int i = 1; i < 31; ++i) w_[i] = w_[i - 1] * 1103515145u + 12345u;
-    front_ = 3;
-    rear_ = 0;
-    for (int i = 0; i < 310; ++i) draw();
-  }
-  std::uint32_t draw() {
-    w_[front_] += w_[rear_];
-    const std::uint32_t r = w_[front_] >> 1;
-    front_ = (front_ + 1) % 31;
-    rear_ = (rear_ + 1) % 31;
-    return r;
-  }
-
- private:
-  std::uint32_t w_[31] = {};
-  int front_ = 3, rear_ = 0;
-};
 
 // What a 16-bit line cell keeps of a value.
 inline std::int32_t w16(std::int64_t v) { return static_cast<std::int16_t>(v & 0xFFFF); }
