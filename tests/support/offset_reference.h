@@ -20,6 +20,58 @@ inline std::int32_t w16(std::int64_t v) { return static_cast<std::int16_t>(v & 0
 
 inline void model_dot(unsigned char* row, std::uint32_t x) { row[x >> 3] |= 0x80u >> (x & 7u); }
 
+// One-bit threshold screens pixel by pixel: a dot where `dot(grey, x, y, plane)`.
+template <class Dot>
+std::vector<unsigned char> threshold_model(std::vector<unsigned char> const& src, std::uint32_t w,
+                                           std::uint32_t h, std::uint32_t planes, Dot dot) {
+  std::vector<unsigned char> out(std::size_t{dot_stride(w)} * h * planes, 0);
+  for (std::uint32_t r = 0; r < h * planes; ++r)
+    for (std::uint32_t x = 0; x < w; ++x)
+      if (dot(unsigned{src[r * source_stride(w) + x]}, x, r / planes, r % planes))
+        model_dot(out.data() + r * dot_stride(w), x);
+  return out;
+}
+
+// The serpentine of the diffusing screens' models, on lines of T (16-bit
+// cells for integers): rows alternate, the first left to right; a pixel's
+// `pixel(line value, grey, x, y, ltr, output row)` returns its shares {along,
+// down}; a cell of the row below row y - 1 starts from `base(y, x)`; a plane's
+// carry enters its first row, and only a right-to-left last row's shares down
+// reach the carry.
+template <class T>
+struct Serpentine {
+  std::vector<T> carry, a, b;
+
+  template <class Pixel, class Base>
+  void run(unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
+           std::uint32_t planes, std::uint32_t band, std::uint32_t out_stride, Pixel pixel,
+           Base base) {
+    auto keep = [](auto v) { return std::is_integral_v<T> ? T(w16(std::int64_t(v))) : T(v); };
+    if (band == 1) carry.assign(planes * w, 0);
+    a.resize(w), b.resize(w);
+    for (std::uint32_t p = 0; p < planes; ++p) {
+      T* cp = carry.data() + p * w;
+      for (std::uint32_t x = 0; x < w; ++x) a[x] = keep(base(0, x) + cp[x]), cp[x] = 0;
+      for (std::uint32_t y = 0; y < h; ++y) {
+        const bool ltr = y % 2 == 0;
+        for (std::uint32_t i = 0; i < w; ++i) {
+          const std::uint32_t x = ltr ? i : w - 1 - i;
+          const auto [along, down] =
+              pixel(ltr ? a[x] : b[x], src[(y * planes + p) * source_stride(w) + x], x, y, ltr,
+                    out + (y * planes + p) * out_stride);
+          if (ltr) {
+            if (x + 1 < w) a[x + 1] = keep(a[x + 1] + along);
+            b[x] = keep(base(y + 1, x) + down);
+          } else {
+            if (x > 0) b[x - 1] = keep(b[x - 1] + along);
+            (y + 1 < h ? a[x] : cp[x]) = keep((y + 1 < h ? base(y + 1, x) : 0) + down);
+          }
+        }
+      }
+    }
+  }
+};
+
 using ScreenFn =
     std::function<int(unsigned char*, unsigned char*, std::uint32_t, std::uint32_t, std::uint32_t)>;
 // Model call: source, cleared output, width, height, planes, band position,
