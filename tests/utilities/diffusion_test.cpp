@@ -1,10 +1,12 @@
-// The single-plane utilities against plain models, byte for byte.
+// The single-plane utilities against plain models, byte for byte, and cases
+// worked by hand from their rules.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
-#include <cstring>
 #include <random>
 
+#include "frame/feedback_random.h"
 #include "halftone/setup.h"
 #include "halftone/utilities.h"
 #include "support/images.h"
@@ -13,6 +15,7 @@
 namespace halftone::test {
 namespace {
 
+using Bytes = std::vector<unsigned char>;
 using Oriented = int (*)(unsigned char*, unsigned char*, int, int, int*, unsigned char*);
 using ByReference = int (*)(unsigned char*, unsigned char*&, int, int, int*, unsigned char*);
 
@@ -23,7 +26,6 @@ struct OrientedCase {
   int neighbours;
   Turn turn;
 };
-
 const OrientedCase kOriented[] = {
     {"kajdjigc23kdh", kajdjigc23kdh, nullptr, 4, Turn::Same},
     {"tishduth29dmc", tishduth29dmc, nullptr, 2, Turn::Transposed},
@@ -34,20 +36,25 @@ const OrientedCase kOriented[] = {
     {"ghskdjiekld", nullptr, ghskdjiekld, 2, Turn::AntiTransposed},
 };
 
-int call(OrientedCase const& c, unsigned char* src, unsigned char* out, int w, int h, int* tone) {
-  if (c.direct) return c.direct(src, out, w, h, tone, nullptr);
-  unsigned char* ref = out;
-  const int result = c.by_reference(src, ref, w, h, tone, nullptr);
-  EXPECT_EQ(ref, out) << c.name << " moved the caller's pointer";
-  return result;
+// One call of kOriented[i], or i = 7: xinskdn34skx, 8: its reseeded variant
+// shdeiznc45kdi (with the tone table cut to bytes). Returns the output.
+Bytes run(int i, unsigned char* src, int w, int h, int* tone, std::size_t size) {
+  Output out(size);
+  unsigned char* ref = out.data();
+  unsigned char bytes[256];
+  for (int g = 0; g < 256; ++g) bytes[g] = static_cast<unsigned char>(tone[g]);
+  const auto uw = static_cast<std::uint32_t>(w), uh = static_cast<std::uint32_t>(h);
+  EXPECT_EQ(i == 7                ? xinskdn34skx(src, ref, uw, uh, bytes)
+            : i == 8              ? shdeiznc45kdi(src, ref, uw, uh, bytes)
+            : kOriented[i].direct ? kOriented[i].direct(src, ref, w, h, tone, nullptr)
+                                  : kOriented[i].by_reference(src, ref, w, h, tone, nullptr),
+            0);
+  EXPECT_EQ(ref, out.data()) << "the caller's pointer moved";
+  EXPECT_TRUE(out.guard_intact());
+  return out.body();
 }
 
-class Utilities : public ::testing::Test {
- protected:
-  void TearDown() override { unpin_seed_time(); }
-};
-
-TEST_F(Utilities, OrientedMatchTheModelOnRandomImages) {
+TEST(Utilities, OrientedMatchTheModelOnRandomImages) {
   std::mt19937 gen(11);
   for (int round = 0; round < 80; ++round) {
     // Every fourth image is one to three pixels wide: row ends on both sides.
@@ -58,122 +65,85 @@ TEST_F(Utilities, OrientedMatchTheModelOnRandomImages) {
     for (int& t : tone) t = static_cast<int>(gen() % 300);
     if (round % 5 == 0) tone[gen() % 256] = round % 10 ? INT_MAX : INT_MIN;  // wraps
     pin_seed_time(seconds);
-    for (OrientedCase const& c : kOriented) {
-      const auto dots = ref_oriented(src.data(), w, h, tone, c.neighbours, seconds);
-      const auto expected = render(dots, c.turn, w, h);
-      Output out(expected.size());
-      ASSERT_EQ(call(c, src.data(), out.data(), static_cast<int>(w), static_cast<int>(h), tone), 0);
-      ASSERT_EQ(out.body(), expected) << c.name << " " << w << "x" << h;
-      ASSERT_TRUE(out.guard_intact()) << c.name;
+    for (int i = 0; i < 7; ++i) {
+      const OrientedCase& c = kOriented[i];
+      const auto want =
+          render(ref_oriented(src.data(), w, h, tone, c.neighbours, seconds), c.turn, w, h);
+      ASSERT_EQ(run(i, src.data(), int(w), int(h), tone, want.size()), want)
+          << c.name << " " << w << "x" << h;
     }
   }
+  unpin_seed_time();
 }
 
-TEST_F(Utilities, OrientedThresholdIs129AndEmptySizesTouchNothing) {
-  unsigned char src[4] = {7, 0, 0, 0};
-  for (OrientedCase const& c : kOriented) {
-    for (int value : {128, 129, 0, 255}) {
-      int tone[256] = {};
-      tone[7] = value;
-      Output out(4);
-      call(c, src, out.data(), 1, 1, tone);
-      EXPECT_EQ(out.body()[0], value <= 128 ? 0x80 : 0) << c.name << " " << value;
-    }
-    int tone[256] = {};
-    for (auto [w, h] : {std::pair{0, 3}, {3, 0}, {-40, 2}, {2, -40}, {0, 0}}) {
-      Output out(0);
-      EXPECT_EQ(call(c, nullptr, out.data(), w, h, tone), 0);
-      EXPECT_TRUE(out.guard_intact()) << c.name << " " << w << "x" << h;
-    }
-  }
-}
-
-using Noise = int (*)(unsigned char*, unsigned char*, unsigned int, unsigned int, unsigned char*);
-struct NoiseCase {
-  char const* name;
-  Noise fn;
-  bool reseeded;
-};
-const NoiseCase kNoise[] = {{"xinskdn34skx", xinskdn34skx, false},
-                            {"shdeiznc45kdi", shdeiznc45kdi, true}};
-
-// Runs one call and checks it against the model continuing `rows`.
-void expect_noise_matches(NoiseCase const& c, std::vector<unsigned char>& src, std::uint32_t w,
-                          std::uint32_t h, unsigned char* tone, RefLagged& rows,
-                          std::uint32_t seconds) {
-  const auto expected = ref_noise(src.data(), w, h, tone, rows, seconds, c.reseeded);
-  Output out(expected.size());
-  ASSERT_EQ(c.fn(src.data(), out.data(), w, h, tone), 0);
-  ASSERT_EQ(out.body(), expected) << c.name << " " << w << "x" << h;
-  ASSERT_TRUE(out.guard_intact());
-  ASSERT_TRUE(rows.same_as(utility_random())) << c.name;
-  // The screening generator was reseeded and drawn once a pixel of the last
-  // row but the final one, by the reseeded variant only.
-  RefLagged screening = RefLagged::seeded(seconds);
-  if (c.reseeded)
-    for (std::uint32_t i = 1; i < w; ++i) screening.bit();
-  ASSERT_TRUE(screening.same_as(screening_random())) << c.name;
-}
-
-TEST_F(Utilities, NoiseMatchesTheModelAndRunsOnAcrossCalls) {
+// Twice each: the row bits run on across calls. The screening generator was
+// reseeded and drawn once a pixel of the last row but the final one, by the
+// reseeded variant only.
+TEST(Utilities, NoiseMatchesTheModelAndRunsOnAcrossCalls) {
   std::mt19937 gen(5);
   for (int round = 0; round < 60; ++round) {
     const std::uint32_t w = 1 + gen() % 70, h = 1 + gen() % 20, seconds = gen();
     auto src = make_source(w, h, 1, Fill::Noise, gen());
-    unsigned char tone[256];
-    for (auto& t : tone) t = static_cast<unsigned char>(gen());
+    int tone[256];
+    unsigned char bytes[256];
+    for (int g = 0; g < 256; ++g) bytes[g] = static_cast<unsigned char>(tone[g] = gen() % 256);
     pin_seed_time(seconds);
-    for (NoiseCase const& c : kNoise) {
-      RefLagged rows = RefLagged::copy_of(utility_random());
-      expect_noise_matches(c, src, w, h, tone, rows, seconds);
-      expect_noise_matches(c, src, w, h, tone, rows, seconds);  // the sequence runs on
+    RefRandom rows, screening;
+    rows.copy(utility_random());
+    for (bool reseeded : {false, false, true, true}) {
+      const auto want =
+          render(ref_noise(src.data(), w, h, bytes, rows, seconds, reseeded), Turn::Same, w, h);
+      ASSERT_EQ(run(reseeded ? 8 : 7, src.data(), int(w), int(h), tone, want.size()), want)
+          << w << "x" << h;
+      ASSERT_TRUE(rows.same_as(utility_random()));
+      screening.seed(seconds);
+      for (std::uint32_t i = 1; reseeded && i < w; ++i) screening.draw();
+      ASSERT_TRUE(screening.same_as(screening_random()));
     }
   }
+  unpin_seed_time();
 }
 
-TEST_F(Utilities, NoiseFinalPixelOfTheLastRow) {
-  struct Row {
-    std::uint32_t w, h;
-    unsigned char grey, table;  // flat source; every table entry `table`
-    bool reseeded;
-    std::uint32_t final_x;
-    bool final_dot, others_dot;
+// Flat tone tables. 1 x 1 shows the dot tests: below 129 for the oriented
+// screens; above 127 for the plain noise's final pixel, inverted; below 129
+// throughout the reseeded variant's last row. On black every pixel is a dot
+// but that final one; fdxin324c places its turned rows' bits counted from the
+// least significant end, aligned by the height. Empty sizes give nothing and
+// draw nothing.
+TEST(Utilities, ByHand) {
+  struct Case {
+    int first, last;  // screens as run() numbers them
+    int w, h, value;
+    Bytes want;
+  } const cases[] = {
+      {0, 6, 1, 1, 128, {0x80, 0, 0, 0}},
+      {0, 6, 1, 1, 129, {0, 0, 0, 0}},
+      {7, 7, 1, 1, 128, {0x80, 0, 0, 0}},
+      {7, 7, 1, 1, 127, {0, 0, 0, 0}},
+      {8, 8, 1, 1, 128, {0x80, 0, 0, 0}},
+      {8, 8, 1, 1, 129, {0, 0, 0, 0}},
+      {2, 2, 10, 3, 0, {0xFF, 0xFF, 0, 0, 0xFF, 0x60, 0, 0, 0, 0, 0, 0}},
+      {2, 2, 10, 2, 0, {0xFF, 0xC0, 0, 0, 0, 0, 0, 0}},
+      {7, 7, 9, 3, 0, {0xFF, 0x80, 0, 0, 0xFF, 0x80, 0, 0, 0xFF, 0, 0, 0}},
+      {7, 7, 9, 2, 0, {0xFF, 0x80, 0, 0, 0x7F, 0x80, 0, 0}},
+      {8, 8, 9, 3, 0, {0xFF, 0x80, 0, 0, 0xFF, 0x80, 0, 0, 0xFF, 0x80, 0, 0}},
+      {0, 8, 0, 3, 0, {}},
+      {0, 8, 3, 0, 0, {}},
+      {0, 6, -40, 2, 0, {}},
+      {0, 6, 2, -40, 0, {}},
   };
-  // Identity-like flat tables: 0 -> all dots but the inverted final pixel;
-  // 255 -> only the final pixel. The reseeded variant tests v < 129 there.
-  const Row rows[] = {
-      {9, 3, 0, 0, false, 8, false, true},    {9, 4, 0, 0, false, 0, false, true},
-      {9, 3, 0, 255, false, 8, true, false},  {1, 1, 0, 128, false, 0, true, true},
-      {1, 1, 0, 127, false, 0, false, false}, {1, 1, 0, 128, true, 0, true, true},
-      {1, 1, 0, 129, true, 0, false, false},  {9, 4, 0, 255, true, 0, false, false},
-      {9, 3, 0, 0, true, 8, true, true},
-  };
-  for (Row const& r : rows) {
-    auto src = make_source(r.w, r.h, 1, Fill::Flat, 1, r.grey);
-    unsigned char tone[256];
-    std::memset(tone, r.table, sizeof tone);
-    Output out(dot_stride(r.w) * r.h);
-    (r.reseeded ? shdeiznc45kdi : xinskdn34skx)(src.data(), out.data(), r.w, r.h, tone);
-    for (std::uint32_t y = 0; y < r.h; ++y)
-      for (std::uint32_t x = 0; x < r.w; ++x) {
-        const bool final = y == r.h - 1 && x == r.final_x;
-        EXPECT_EQ(bit_at(out.data() + y * dot_stride(r.w), x), final ? r.final_dot : r.others_dot)
-            << r.w << "x" << r.h << " table " << int(r.table) << " at " << x << "," << y;
-      }
-    EXPECT_TRUE(padding_clear(out.body(), r.w, r.h));
-  }
-}
-
-TEST_F(Utilities, NoiseEmptySizesTouchNothing) {
-  unsigned char tone[256] = {};
-  for (NoiseCase const& c : kNoise)
-    for (auto [w, h] : {std::pair{0u, 5u}, {5u, 0u}, {0u, 0u}}) {
-      RefLagged before = RefLagged::copy_of(utility_random());
-      Output out(0);
-      EXPECT_EQ(c.fn(nullptr, out.data(), w, h, tone), 0);
-      EXPECT_TRUE(out.guard_intact());
-      EXPECT_TRUE(before.same_as(utility_random()));
+  unsigned char src[64] = {};
+  for (Case const& c : cases) {
+    int tone[256];
+    std::fill_n(tone, 256, c.value);
+    for (int i = c.first; i <= c.last; ++i) {
+      RefRandom rows;
+      rows.copy(utility_random());
+      EXPECT_EQ(run(i, src, c.w, c.h, tone, c.want.size()), c.want)
+          << "screen " << i << " " << c.w << "x" << c.h << " value " << c.value;
+      EXPECT_TRUE(!c.want.empty() || rows.same_as(utility_random()));
     }
+  }
 }
 
 }  // namespace

@@ -4,72 +4,42 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
 
 #include "halftone/utilities.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using halftone::pacing::Event;
+using halftone::pacing::signal;
 
-// Result and elapsed milliseconds of one wait.
-std::pair<int, double> timed_wait(unsigned timeout) {
-  const auto start = Clock::now();
-  const int result = sinxcdke34i(timeout);
-  return {result, std::chrono::duration<double, std::milli>(Clock::now() - start).count()};
-}
-
-TEST(Pacing, FreshEventsGiveUpAfter50ThenAfter30Waits) {
+// Fresh events: the done event never comes (50 waits, result 1) while the
+// ready event was signalled at creation; then neither comes (50 + 30 waits,
+// result 2). Signals end the waits, and a successful wait resets its event.
+// Without events a wait returns 0 at once; closing returns 1.
+TEST(Pacing, WaitsOnTheEvents) {
   struct Case {
+    char const* before;  // c: create the events, d/r: signal done/ready, x: close
     unsigned timeout;
     int result;
     double at_least_ms, below_ms;
+  } const cases[] = {
+      {"c", 1, 1, 50, 1000}, {"", 1, 2, 80, 1500}, {"c", 0, 1, 0, 40},
+      {"", 0, 2, 0, 40},     {"cd", 1, 0, 0, 40},  {"d", 0, 2, 0, 40},
+      {"r", 0, 1, 0, 40},    {"x", 1, 0, 0, 40},   {"x", 0, 0, 0, 40},
   };
-  // 1 ms: the done event never comes (50 waits), the ready event was
-  // signalled at creation; then neither comes (50 + 30 waits).
-  const Case cases[][2] = {{{1, 1, 50, 1000}, {1, 2, 80, 1500}}, {{0, 1, 0, 40}, {0, 2, 0, 40}}};
-  for (auto const& pair : cases) {
-    khjhusecx();
-    for (Case const& c : pair) {
-      const auto [result, ms] = timed_wait(c.timeout);
-      EXPECT_EQ(result, c.result) << "timeout " << c.timeout;
-      EXPECT_GE(ms, c.at_least_ms);
-      EXPECT_LT(ms, c.below_ms);
+  for (auto const& c : cases) {
+    for (char const* a = c.before; *a; ++a) {
+      if (*a == 'c') khjhusecx();
+      ASSERT_TRUE((*a != 'd' && *a != 'r') || signal(*a == 'd' ? Event::Done : Event::Ready));
+      ASSERT_TRUE(*a != 'x' || giwncwcg7w() == 1);
     }
-    EXPECT_EQ(giwncwcg7w(), 1);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(sinxcdke34i(c.timeout), c.result) << c.before << " " << c.timeout;
+    const std::chrono::duration<double, std::milli> ms = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(ms.count(), c.at_least_ms);
+    EXPECT_LT(ms.count(), c.below_ms);
   }
-}
-
-TEST(Pacing, WithoutEventsReturnsAtOnce) {
-  EXPECT_EQ(giwncwcg7w(), 1);
-  EXPECT_EQ(giwncwcg7w(), 1);
-  const auto [result, ms] = timed_wait(1000);
-  EXPECT_EQ(result, 0);
-  EXPECT_LT(ms, 100);
-  EXPECT_FALSE(halftone::pacing::signal(halftone::pacing::Event::Done));
-}
-
-TEST(Pacing, SignalledEventsEndTheWaits) {
-  using halftone::pacing::Event;
-  using halftone::pacing::signal;
-  khjhusecx();
-  ASSERT_TRUE(signal(Event::Done));
-  EXPECT_EQ(sinxcdke34i(1), 0);  // both came
-  ASSERT_TRUE(signal(Event::Done));
-  EXPECT_EQ(sinxcdke34i(0), 2);  // the ready event was consumed
-  // A signal from another thread ends a wait in progress; auto-reset, so the
-  // next call misses the done event again.
-  std::thread late([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    signal(Event::Done);
-    signal(Event::Ready);
-  });
-  const auto [result, ms] = timed_wait(10);
-  late.join();
-  EXPECT_EQ(result, 0);
-  EXPECT_LT(ms, 400);
-  EXPECT_EQ(sinxcdke34i(0), 2);
-  giwncwcg7w();
+  EXPECT_FALSE(signal(Event::Done));
 }
 
 TEST(Pacing, ConstantEntriesReturnZero) {
