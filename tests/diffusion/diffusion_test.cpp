@@ -174,30 +174,6 @@ TEST(Diffusion, MiddleBandWithoutFirstBandIsSafe) {
   }
 }
 
-// Only the carried line crosses a band seam: the second band of a job differs
-// from the same rows screened as a first band only through that line, so a
-// job whose first band ends in white (zero error) gives identical second bands.
-TEST(Diffusion, OnlyTheCarryCrossesTheSeam) {
-  const std::uint32_t w = 40;
-  pin_seed_time(99);
-  for (Kind kind : {Kind::Random, Kind::TonePush, Kind::InvertedThirds, Kind::InvertedQuarters}) {
-    auto white = make_source(w, 3, 1, Fill::Flat, 1, 255);
-    auto grey = make_source(w, 5, 1, Fill::RampX, 1);
-    Output a(dot_stride(w) * 3), b(dot_stride(w) * 5), c(dot_stride(w) * 5);
-    call_library(kind, white.data(), a.data(), w, 3, make_control(1, 1));
-    call_library(kind, grey.data(), b.data(), w, 5, make_control(1, 2));
-    call_library(kind, grey.data(), c.data(), w, 5, make_control(1, 1));
-    EXPECT_EQ(b.body(), c.body()) << static_cast<int>(kind);
-  }
-  unpin_seed_time();
-}
-
-}  // namespace
-}  // namespace halftone::test
-
-namespace halftone::test {
-namespace {
-
 TEST(Diffusion, SplitsTruncateTowardZero) {
   struct Case {
     std::int32_t e, third, two_thirds, quarter, three_quarters, half, shift;
@@ -212,12 +188,6 @@ TEST(Diffusion, SplitsTruncateTowardZero) {
     EXPECT_EQ(engine::shift_half(c.e), c.shift) << c.e;
   }
 }
-
-}  // namespace
-}  // namespace halftone::test
-
-namespace halftone::test {
-namespace {
 
 // Lines too large to allocate: the call reports it instead of throwing, and a
 // later job starts afresh.
