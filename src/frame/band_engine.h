@@ -8,9 +8,10 @@
 // into the carry line for the next band.
 //
 // A screen supplies a small policy; its `pixel` member decides one pixel,
-// writes its dot or code and returns the shares of the error:
+// puts its dot or code into the row and returns the shares of the error:
 //
-//   template <Dir D, Role R> Shares pixel(Value v, Pixel px, unsigned char* out, FeedbackRandom&)
+//   template <Dir D, Role R>
+//   Shares pixel(Value v, Pixel px, RowOut<kBits>& out, FeedbackRandom&)
 //
 // `v` is the working line's value at the pixel. The engine then adds
 //   * `ahead` to the next pixel in scan direction (Inner, LastInner only),
@@ -56,6 +57,43 @@ struct Pixel {
   std::uint32_t s;  // the pixel's own source grey
 };
 
+// Output row stride in bytes for one, two or four bits a pixel.
+constexpr std::uint32_t out_stride(unsigned bits, std::uint32_t width) {
+  return bits == 4 ? dot4_stride(width) : bits == 2 ? dot2_stride(width) : dot_stride(width);
+}
+
+// The output row being scanned. Pixels arrive one by one in scan order; their
+// dots or codes are gathered in a register and stored a whole byte at a time.
+// The output was cleared first, so storing a byte sets exactly the bits its
+// pixels put there and nothing beyond the row's last pixel.
+template <unsigned kBits>
+class RowOut {
+ public:
+  static constexpr std::uint32_t kPerByte = 8 / kBits;
+
+  explicit RowOut(unsigned char* row) : row_(row) {}
+
+  // Pixel x gets `code` (a dot is code 1; code 0 leaves the pixel clear).
+  void put(std::uint32_t x, std::uint32_t code) {
+    gathered_ |= code << ((kPerByte - 1 - x % kPerByte) * kBits);
+  }
+
+  // After pixel x: stores the byte when x completes it in scan direction D,
+  // or when x is the row's last pixel.
+  template <Dir D>
+  void after(std::uint32_t x, bool row_end) {
+    const bool completes = D == Dir::Ltr ? x % kPerByte == kPerByte - 1 : x % kPerByte == 0;
+    if (completes || row_end) {
+      row_[x / kPerByte] = static_cast<unsigned char>(gathered_);
+      gathered_ = 0;
+    }
+  }
+
+ private:
+  unsigned char* row_;
+  std::uint32_t gathered_ = 0;
+};
+
 // Defaults a policy may hide by declaring its own member of the same name.
 template <class T>
 struct PolicyBase {
@@ -68,8 +106,8 @@ struct PolicyBase {
   static constexpr bool kCarryOnlyAfterRtl = false;
   static constexpr Reseed kReseed = Reseed::EveryCall;
   static constexpr T kCarryStart = T{};
-
-  static std::uint32_t out_stride(std::uint32_t width) { return dot_stride(width); }
+  // Bits a pixel of the output: 1 (dots), 2 or 4 (codes).
+  static constexpr unsigned kBits = 1;
   void begin_plane(std::uint32_t /*plane*/) {}
   Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) { return (r & 1u) ? Dir::Rtl : Dir::Ltr; }
   // Error lines: the first row's value before the carry, and the row below's.
@@ -95,7 +133,7 @@ class BandEngine {
         height_(height),
         control_(control),
         src_stride_(source_stride(width)),
-        out_stride_(Policy::out_stride(width)) {}
+        out_stride_(engine::out_stride(Policy::kBits, width)) {}
 
   // The lines have been taken for this band (BandLines::try_begin).
   void run(BandLines<T>& lines) {
@@ -178,24 +216,27 @@ class BandEngine {
   void scan(Row const& row, FeedbackRandom& shared_rng) {
     using Acc = typename Policy::Acc;
     FeedbackRandom rng = shared_rng;
+    RowOut<Policy::kBits> out(row.out);
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
     Acc ahead{};
     for (std::uint32_t n = width_ - 1; n != 0; --n) {
-      ahead = step<D, Body>(row, x, ahead, rng);
+      ahead = step<D, Body>(row, x, ahead, out, rng);
+      out.template after<D>(x, false);
       if constexpr (D == Dir::Ltr)
         ++x;
       else
         --x;
     }
-    (void)step<D, End>(row, x, ahead, rng);
+    (void)step<D, End>(row, x, ahead, out, rng);
+    out.template after<D>(x, true);
     shared_rng = rng;
   }
 
   template <Dir D, Role R>
   inline typename Policy::Acc step(Row const& row, std::uint32_t x, typename Policy::Acc incoming,
-                                   FeedbackRandom& rng) {
+                                   RowOut<Policy::kBits>& out, FeedbackRandom& rng) {
     const T v = store(T{}, row.cur[x] + incoming);
-    const auto sh = policy_.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, row.out, rng);
+    const auto sh = policy_.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)
         row.below[x] = store(T{}, static_cast<typename Policy::Acc>(row.src_next[x]) + sh.below);
@@ -225,7 +266,7 @@ int screen(Policy& policy, BandLines<typename Policy::Value>& lines, unsigned ch
            unsigned char* dots, std::uint32_t width, std::uint32_t height, std::uint32_t control) {
   const ScreenControl ctl(control);
   if (!lines.try_begin(ctl, width, Policy::kCarryStart)) {
-    clear_output(dots, ctl.planes, Policy::out_stride(width), height);
+    clear_output(dots, ctl.planes, out_stride(Policy::kBits, width), height);
     return ERR_NO_MEMORY;
   }
   BandEngine<Policy>(policy, source, dots, width, height, ctl).run(lines);

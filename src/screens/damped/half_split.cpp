@@ -17,7 +17,7 @@ constexpr double kHalf = 0.5;
 // the last row passes nothing on.
 struct HalfSplit : engine::PolicyBase<double> {
   template <Dir D, Role R>
-  Shares pixel(double v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom& rng) {
     const double e = quantise(v, px.x, out);
     if constexpr (R == Role::LastEnd) return {0.0, 0.0};
     (void)rng.draw();

@@ -51,7 +51,7 @@ struct RandomRuns : engine::PolicyBase<double> {
   // error undamped along the row or drops it, and its final pixel only
   // decides its dot.
   template <Dir D, Role R>
-  Shares pixel(double v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom& rng) {
     const double e = quantise(v, px.x, out);
     if constexpr (R == Role::LastEnd) return {0.0, 0.0};
     advance(rng);

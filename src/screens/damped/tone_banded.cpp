@@ -43,10 +43,10 @@ struct ToneBanded : engine::PolicyBase<std::int16_t> {
   static constexpr std::int16_t kCarryStart = Rules::kCarryStart;
 
   template <Dir D, Role R>
-  Shares pixel(std::int16_t c, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t c, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t v = c + static_cast<std::int32_t>(px.s);
     const bool dot = v <= 128;
-    put_dot(out, px.x, dot);
+    out.put(px.x, dot);
     std::int32_t e = dot ? v : v - 255;
     // The noise changes only what is passed on, never the pixel's own dot.
     if constexpr (Rules::kNoiseColumns != NoiseColumns::None) {

@@ -15,7 +15,7 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
 
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise<true>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
     const std::int32_t one = -static_cast<std::int32_t>(rng.bit());

@@ -43,7 +43,7 @@ struct CounterDriven : engine::PolicyBase<std::int16_t> {
   }
 
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom&) {
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom&) {
     const std::int32_t e = quantise<false>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
     std::int32_t c = cycle->counter + 1;

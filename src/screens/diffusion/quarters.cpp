@@ -16,7 +16,7 @@ using engine::three_quarters;
 // the carry, 1 all ahead. Row ends draw, ignore it and send two thirds below.
 struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise_inverted<false>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
     const std::uint32_t r = rng.two_bits();

@@ -11,7 +11,7 @@ namespace {
 // final pixel draws nothing.
 struct PagePolicy : engine::PolicyBase<std::int16_t> {
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise<false>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
     const std::int32_t keep = -static_cast<std::int32_t>(rng.bit());  // all ones on a 1
@@ -24,7 +24,7 @@ struct PagePolicy : engine::PolicyBase<std::int16_t> {
 // bit and send two thirds below; the last row sends a 1 into the carry.
 struct BandPolicy : engine::PolicyBase<std::int16_t> {
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise<false>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
     const std::int32_t one = -static_cast<std::int32_t>(rng.bit());

@@ -10,26 +10,22 @@ using engine::Dir;
 using engine::Pixel;
 using engine::Role;
 using Shares = engine::Shares<std::int32_t>;
-
-// Sets bit x of a one-bit row when `on` (no branch on the decision).
-inline void put_bit(unsigned char* row, std::uint32_t x, bool on) {
-  row[x >> 3] |= static_cast<unsigned char>(static_cast<unsigned>(on) << (7u - (x & 7u)));
-}
+using Out = engine::RowOut<1>;
 
 // Value at most 128: a dot, passing on the value; otherwise paper, passing on
 // value - 255. With the white-pixel rule a source of 255 is never inked.
 template <bool kWhiteRule>
-inline std::int32_t quantise(std::int16_t v, Pixel px, unsigned char* out) {
+inline std::int32_t quantise(std::int16_t v, Pixel px, Out& out) {
   const bool dot = v <= 128;
-  put_bit(out, px.x, kWhiteRule ? dot && px.s < 255 : dot);
+  out.put(px.x, kWhiteRule ? dot && px.s < 255 : dot);
   return wrap16(dot ? v : v - 255);
 }
 
 // The inverted screens: a set bit is paper.
 template <bool kWhiteRule>
-inline std::int32_t quantise_inverted(std::int16_t v, Pixel px, unsigned char* out) {
+inline std::int32_t quantise_inverted(std::int16_t v, Pixel px, Out& out) {
   const bool paper = v > 128;
-  put_bit(out, px.x, kWhiteRule ? paper || px.s == 255 : paper);
+  out.put(px.x, kWhiteRule ? paper || px.s == 255 : paper);
   return wrap16(paper ? v - 255 : v);
 }
 

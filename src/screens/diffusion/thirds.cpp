@@ -30,7 +30,7 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     std::int32_t e = quantise<true>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
     if constexpr (D == Dir::Ltr) {
@@ -47,7 +47,7 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
 // draw, ignore it and send two thirds below.
 struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise_inverted<true>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
     const std::uint32_t r2 = rng.two_bits();

@@ -31,9 +31,9 @@ struct BlockFrame : engine::PolicyBase<T> {
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
 
   // At most 128 is a dot and passes itself on; otherwise t - 255 goes on.
-  static Acc quantise(Acc t, std::uint32_t x, unsigned char* out) {
+  static Acc quantise(Acc t, std::uint32_t x, engine::RowOut<1>& out) {
     const bool dot = t <= Acc{128};
-    out[x >> 3] |= static_cast<unsigned char>(static_cast<unsigned>(dot) << (7u - (x & 7u)));
+    out.put(x, dot);
     return dot ? t : t - Acc{255};
   }
 
@@ -55,7 +55,7 @@ struct HalfSplit : BlockFrame<T> {
   explicit HalfSplit(T const* table) : offsets(table) {}
 
   template <Dir D, Role R>
-  engine::Shares<Acc> pixel(T v, Pixel px, unsigned char* out, FeedbackRandom&) {
+  engine::Shares<Acc> pixel(T v, Pixel px, engine::RowOut<1>& out, FeedbackRandom&) {
     Acc t = static_cast<Acc>(v) + static_cast<Acc>(px.s);
     t = this->quantise(t + static_cast<Acc>(offsets[this->offset_index(px)]), px.x, out);
     const Acc h = halve(t);
@@ -88,7 +88,7 @@ struct RandomSplit : BlockFrame<std::int16_t> {
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R>
-  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, engine::RowOut<1>& out, FeedbackRandom& rng) {
     std::int32_t t = quantise(std::int32_t{v} + static_cast<std::int32_t>(px.s), px.x, out);
     if constexpr (D == Dir::Ltr) {
       if (!(px.x & 1u)) t += curves.b[px.s];

@@ -8,10 +8,10 @@
 // per-pixel decision (two-bit codes, say) can run the same serpentine: it
 // supplies a quantiser with
 //
-//   static std::uint32_t out_stride(std::uint32_t width);
-//   std::int32_t operator()(std::int32_t value, engine::Pixel px, unsigned char* out_row);
+//   static constexpr unsigned kBits;  // bits a pixel of the output
+//   std::int32_t operator()(std::int32_t value, engine::Pixel px, engine::RowOut<kBits>& out);
 //
-// which writes the pixel's dot or code and returns the error it passes on.
+// which puts the pixel's dot or code and returns the error it passes on.
 #pragma once
 #include <cstdint>
 
@@ -31,10 +31,10 @@ constexpr std::uint32_t kOffsetTile = 240;
 // One bit a pixel: a value of at most 128 is a dot and passes itself on; a
 // lighter value passes on value - 255.
 struct OneBitDot {
-  static std::uint32_t out_stride(std::uint32_t width) { return dot_stride(width); }
-  std::int32_t operator()(std::int32_t v, Pixel px, unsigned char* out) const {
+  static constexpr unsigned kBits = 1;
+  std::int32_t operator()(std::int32_t v, Pixel px, engine::RowOut<1>& out) const {
     const bool dot = v <= 128;
-    out[px.x >> 3] |= static_cast<unsigned char>(static_cast<unsigned>(dot) << (7u - (px.x & 7u)));
+    out.put(px.x, dot);
     return dot ? v : v - 255;
   }
 };
@@ -67,7 +67,7 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   // call's first row, so the phase restarts with every band and plane.
   std::int16_t const* below_row = ThresholdOffsetMatrix[1];
 
-  static std::uint32_t out_stride(std::uint32_t width) { return Quantiser::out_stride(width); }
+  static constexpr unsigned kBits = Quantiser::kBits;
 
   Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) {
     below_row = ThresholdOffsetMatrix[(r + 1) % kOffsetTile];
@@ -85,7 +85,8 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   // Every pixel runs the same rule; the engine drops the along share at the
   // row's end. Sums are 32-bit; only the lines wrap to 16 bits.
   template <Dir D, Role R>
-  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, engine::RowOut<kBits>& out,
+                            FeedbackRandom& rng) {
     std::int32_t e = quantise(std::int32_t{v} + static_cast<std::int32_t>(px.s), px, out);
     const bool thirds = kMatrix || rng.bit() != 0;
     if constexpr (D == Dir::Ltr) {

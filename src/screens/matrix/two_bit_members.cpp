@@ -4,8 +4,8 @@
 #include "screens/matrix/two_bit_members.h"
 
 #include "frame/band_lines.h"
-#include "screens/matrix/offset_matrix.h"
 #include "frame/tone_curves.h"
+#include "screens/matrix/offset_matrix.h"
 #include "screens/multilevel/cascades.h"
 
 namespace halftone::matrix {
@@ -17,10 +17,10 @@ struct FourLevelCodes {
   // Read from the parameter bytes once a call.
   multilevel::BracketedFourLevel cascade{ScreenParameterBytes()};
 
-  static std::uint32_t out_stride(std::uint32_t width) { return dot2_stride(width); }
-  std::int32_t operator()(std::int32_t v, Pixel px, unsigned char* out) const {
+  static constexpr unsigned kBits = 2;
+  std::int32_t operator()(std::int32_t v, Pixel px, engine::RowOut<2>& out) const {
     const multilevel::Decision d = cascade.decide(wrap16(v), px.s);
-    set_code2(out, px.x, d.code);
+    out.put(px.x, d.code);
     return d.e;
   }
 };

@@ -20,16 +20,10 @@ using Shares = engine::Shares<std::int32_t>;
 
 // Output cells: four two-bit codes a byte, or two four-bit codes a byte.
 struct TwoBitCells {
-  static std::uint32_t stride(std::uint32_t width) { return dot2_stride(width); }
-  static void put(unsigned char* row, std::uint32_t x, std::uint32_t code) {
-    set_code2(row, x, code);
-  }
+  static constexpr unsigned kBits = 2;
 };
 struct FourBitCells {
-  static std::uint32_t stride(std::uint32_t width) { return dot4_stride(width); }
-  static void put(unsigned char* row, std::uint32_t x, std::uint32_t code) {
-    set_code4(row, x, code);
-  }
+  static constexpr unsigned kBits = 4;
 };
 
 // Every second pixel's error is pushed by the active curves: curve A at odd
@@ -93,15 +87,15 @@ struct ThirdSplit {
 template <class Decide, class Bias, class Spread, class Cells>
 struct CodeScreen : engine::PolicyBase<std::int16_t> {
   static constexpr bool kCarryOnlyAfterRtl = Spread::kCarryOnlyAfterRtl;
-  static std::uint32_t out_stride(std::uint32_t width) { return Cells::stride(width); }
+  static constexpr unsigned kBits = Cells::kBits;
 
   Decide decision;
   Bias bias;
 
   template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, unsigned char* out, FeedbackRandom& rng) {
+  Shares pixel(std::int16_t v, Pixel px, engine::RowOut<kBits>& out, FeedbackRandom& rng) {
     const Decision d = decision.decide(v, px.s);
-    Cells::put(out, px.x, d.code);
+    out.put(px.x, d.code);
     if constexpr (Spread::template kSilent<R>) return {0, 0};
     return Spread::template spread<D, R>(bias.template apply<D>(d.e, px), rng);
   }
