@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <ostream>
 
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
@@ -19,6 +20,7 @@ struct Screen {
   ScreenFn run;
   bool double_lines;
 };
+void PrintTo(Screen const& s, std::ostream* os) { *os << s.name; }
 
 class BandsTest : public ::testing::TestWithParam<Screen> {
  protected:
