@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "frame/layout.h"
+#include "halftone/page.h"
 
 namespace halftone::bench {
 
@@ -25,8 +26,8 @@ inline std::vector<unsigned char> make_page(std::uint32_t planes, std::uint32_t 
     for (std::uint32_t p = 0; p < planes; ++p) {
       unsigned char* row = page.data() + (static_cast<std::size_t>(y) * planes + p) * stride;
       for (std::uint32_t x = 0; x < width; ++x)
-        row[x] = static_cast<unsigned char>((x * 255u / width + y * 64u / height + p * 40u +
-                                             (gen() & 7u)) & 0xFFu);
+        row[x] = static_cast<unsigned char>(
+            (x * 255u / width + y * 64u / height + p * 40u + (gen() & 7u)) & 0xFFu);
     }
   return page;
 }
@@ -34,17 +35,9 @@ inline std::vector<unsigned char> make_page(std::uint32_t planes, std::uint32_t 
 // Screens a whole page in bands of kBandHeight rows with the band protocol.
 template <class Screen>
 void screen_page_in_bands(Screen&& screen, std::vector<unsigned char>& page,
-                          std::vector<unsigned char>& out, std::uint32_t planes,
-                          std::uint32_t out_stride, std::uint32_t width = kPageWidth,
-                          std::uint32_t height = kPageHeight) {
-  const std::size_t src_band = static_cast<std::size_t>(source_stride(width)) * planes;
-  const std::size_t out_band = static_cast<std::size_t>(out_stride) * planes;
-  for (std::uint32_t y = 0; y < height; y += kBandHeight) {
-    const std::uint32_t rows = height - y < kBandHeight ? height - y : kBandHeight;
-    const std::uint32_t band = y == 0 ? 1u : (y + rows >= height ? 3u : 2u);
-    screen(page.data() + y * src_band, out.data() + y * out_band, width, rows,
-           make_control(planes, band));
-  }
+                          std::vector<unsigned char>& out, std::uint32_t planes, unsigned bits,
+                          std::uint32_t width = kPageWidth, std::uint32_t height = kPageHeight) {
+  screen_in_bands(screen, page.data(), out.data(), width, height, planes, kBandHeight, bits);
 }
 
 // Reports megapixels per second, all planes counted.

@@ -48,7 +48,7 @@ void run_screen(benchmark::State& state, ScreenInfo const* screen) {
   std::vector<unsigned char> out(std::size_t{stride} * out_height * planes);
   for (auto _ : state) {
     if (screen->banded)
-      screen_page_in_bands(screen->run, page, out, planes, stride);
+      screen_page_in_bands(screen->run, page, out, planes, static_cast<unsigned>(screen->bits));
     else
       screen->run(page.data(), out.data(), kPageWidth, kPageHeight, make_control(1, 1));
     benchmark::DoNotOptimize(out.data());

@@ -139,18 +139,15 @@ Screened screen_page(ScreenInfo const& info, Page& page, std::uint32_t band_heig
   out.stride = output_stride(info, out.width);
   out.bytes.assign(static_cast<std::size_t>(out.stride) * out.height * out.planes, 0);
 
-  const std::size_t source_band_row =
-      static_cast<std::size_t>(source_stride(page.width)) * page.planes;
-  const std::size_t output_band_row = static_cast<std::size_t>(out.stride) * out.planes;
   const std::uint32_t rows_a_band = whole_page ? page.height : std::max(band_height, 1u);
   const auto start = std::chrono::steady_clock::now();
-  for (std::uint32_t y = 0; y < page.height; y += rows_a_band) {
-    const std::uint32_t rows = std::min(rows_a_band, page.height - y);
-    const std::uint32_t position = y == 0 ? 1u : (y + rows == page.height ? 3u : 2u);
-    info.run(page.bytes.data() + y * source_band_row, out.bytes.data() + y * output_band_row,
-             page.width, rows, make_control(page.planes, position));
-    ++out.bands;
-  }
+  if (whole_page)
+    info.run(page.bytes.data(), out.bytes.data(), page.width, page.height,
+             make_control(page.planes, 1));
+  else
+    screen_in_bands(info.run, page.bytes.data(), out.bytes.data(), page.width, page.height,
+                    page.planes, rows_a_band, static_cast<unsigned>(info.bits));
+  out.bands = page.height == 0 ? 0 : (page.height + rows_a_band - 1) / rows_a_band;
   out.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return out;
 }

@@ -5,5 +5,6 @@
 #include "halftone/loaded.h"
 #include "halftone/matrix.h"
 #include "halftone/multilevel.h"
+#include "halftone/page.h"
 #include "halftone/setup.h"
 #include "halftone/utilities.h"
