@@ -12,11 +12,9 @@
 #include "halftone/setup.h"
 #include "support/images.h"
 #include "support/ref_random.h"
+#include "support/serpentine_model.h"
 
 namespace halftone::test {
-
-// What a 16-bit line cell keeps of a value.
-inline std::int32_t w16(std::int64_t v) { return static_cast<std::int16_t>(v & 0xFFFF); }
 
 inline void model_dot(unsigned char* row, std::uint32_t x) { row[x >> 3] |= 0x80u >> (x & 7u); }
 
@@ -32,43 +30,25 @@ std::vector<unsigned char> threshold_model(std::vector<unsigned char> const& src
   return out;
 }
 
-// The serpentine of the diffusing screens' models, on lines of T (16-bit
-// cells for integers): rows alternate, the first left to right; a pixel's
-// `pixel(line value, grey, x, y, ltr, output row)` returns its shares {along,
-// down}; a cell of the row below row y - 1 starts from `base(y, x)`; a plane's
-// carry enters its first row, and only a right-to-left last row's shares down
-// reach the carry.
+// The offset screens' models on the shared serpentine, on lines of T that
+// hold error only: a pixel's `pixel(line value, grey, x, y, ltr, output row)`
+// writes its dot or code and returns its shares {along, down}; a cell of the
+// row below row y - 1 starts from `base(y, x)`; only a right-to-left last
+// row's shares down reach the carry.
 template <class T>
-struct Serpentine {
-  std::vector<T> carry, a, b;
-
+struct Serpentine : SerpentineModel {
   template <class Pixel, class Base>
   void run(unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
            std::uint32_t planes, std::uint32_t band, std::uint32_t out_stride, Pixel pixel,
            Base base) {
-    auto keep = [](auto v) { return std::is_integral_v<T> ? T(w16(std::int64_t(v))) : T(v); };
-    if (band == 1) carry.assign(planes * w, 0);
-    a.resize(w), b.resize(w);
-    for (std::uint32_t p = 0; p < planes; ++p) {
-      T* cp = carry.data() + p * w;
-      for (std::uint32_t x = 0; x < w; ++x) a[x] = keep(base(0, x) + cp[x]), cp[x] = 0;
-      for (std::uint32_t y = 0; y < h; ++y) {
-        const bool ltr = y % 2 == 0;
-        for (std::uint32_t i = 0; i < w; ++i) {
-          const std::uint32_t x = ltr ? i : w - 1 - i;
-          const auto [along, down] =
-              pixel(ltr ? a[x] : b[x], src[(y * planes + p) * source_stride(w) + x], x, y, ltr,
-                    out + (y * planes + p) * out_stride);
-          if (ltr) {
-            if (x + 1 < w) a[x + 1] = keep(a[x + 1] + along);
-            b[x] = keep(base(y + 1, x) + down);
-          } else {
-            if (x > 0) b[x - 1] = keep(b[x - 1] + along);
-            (y + 1 < h ? a[x] : cp[x]) = keep((y + 1 < h ? base(y + 1, x) : 0) + down);
-          }
-        }
-      }
-    }
+    value_lines = false, carry_after_rtl = true;
+    bits = out_stride == dot_stride(w) ? 1 : 2;  // for clearing: the pixels write themselves
+    auto rule = [&](test::Pixel const& px, T v) {
+      const auto [along, down] =
+          pixel(v, px.s, px.x, px.y, px.ltr, out + (px.y * planes + px.plane) * out_stride);
+      return Outcome<T>{0, T(along), T(down)};
+    };
+    SerpentineModel::run<T>(src, out, w, h, planes, band, rule, Alternate{}, base);
   }
 };
 
