@@ -10,15 +10,15 @@
 #include "damped/reference.h"
 #include "frame/feedback_random.h"
 #include "halftone/setup.h"
-#include "support/images.h"
+#include "support/offset_reference.h"
 
 namespace halftone::test {
 namespace {
 
-using ScreenFn = int (*)(unsigned char*, unsigned char*, unsigned int, unsigned int, unsigned int);
+using Screen = int (*)(unsigned char*, unsigned char*, unsigned int, unsigned int, unsigned int);
 struct DampedScreen {
   char const* name;
-  ScreenFn fn;
+  Screen fn;
   Model model;
 };
 // The last eight have no rules of their own.
@@ -43,48 +43,26 @@ bool same_generator(RefRandom ref) {
 unsigned char const kTones[] = {0,   1,   35,  100, 127, 128, 129, 150, 165, 166, 175, 176, 179,
                                 185, 200, 203, 213, 216, 228, 229, 230, 240, 241, 254, 255};
 
-// Jobs of one to five bands: a first band, then 2 or 0, then 3; some start
-// with a stray band, some stop without a last band and leave their lines held,
-// some have no planes, some bands no rows or columns or more than the lines held.
+// Ragged jobs of up to five bands, greys at the tone bands' edges.
 TEST(Damped, MatchesModelOnRandomBandedJobs) {
-  std::mt19937 gen(7);
   for (DampedScreen const& screen : kDampedScreens) {
     SCOPED_TRACE(screen.name);
-    Reference model;
-    for (int job = 0; job < 100; ++job) {
-      model.seconds = gen();
-      pin_seed_time(model.seconds);
-      std::uint32_t w = 1 + gen() % 70;
-      const std::uint32_t planes = gen() % 16 ? 1 + gen() % 4 : 0, bands = 1 + gen() % 5;
-      for (std::uint32_t b = 0; b < bands; ++b) {
-        std::uint32_t band = b == 0 ? (gen() % 8 ? 1 : gen() % 4) : gen() % 2 ? 2 : 0;
-        if (b + 1 == bands && b > 0 && gen() % 4) band = 3;
-        if (gen() % 8 == 0) w = gen() % 8 ? 1 + gen() % 70 : 0;
-        const std::uint32_t h = gen() % 16 ? 1 + gen() % 20 : 0;
-        auto src = make_source(w, h, planes, static_cast<Fill>(gen() % 5), gen(),
-                               kTones[gen() % sizeof kTones]);
-        const auto before = src;
-        const std::size_t size = std::size_t{dot_stride(w)} * h * planes;
-        Output got(size), want(size);
-        const std::uint32_t control = make_control(planes, band);
-        ASSERT_EQ(screen.fn(src.data(), got.data(), w, h, control), 0);
-        model.screen(screen.model, src.data(), want.data(), w, h, control);
-        ASSERT_EQ(got.bytes, want.bytes) << "job " << job << " band " << b << " (position " << band
-                                         << ") " << w << "x" << h << " planes " << planes;
-        ASSERT_TRUE(same_generator(model.rng)) << "job " << job << " band " << b;
-        ASSERT_TRUE(padding_clear(got.body(), w, h * planes));
-        ASSERT_EQ(src, before);
-      }
-    }
+    Reference model(screen.model);
+    auto shape = [](std::mt19937& gen) {
+      Job job = random_job(gen, 4, 70, 5, true);
+      job.flat = kTones[gen() % sizeof kTones];
+      return job;
+    };
+    compare_jobs(screen.fn, std::ref(model), shape, 100, 7, 1,
+                 [&] { return same_generator(model.rng); });
   }
-  unpin_seed_time();
 }
 
 using Bytes = std::vector<unsigned char>;
 constexpr std::uint32_t kSeconds = 1700000000u;
 
 // One call; returns the output without its guard.
-Bytes call(ScreenFn fn, Bytes src, std::uint32_t w, std::uint32_t h, std::uint32_t band,
+Bytes call(Screen fn, Bytes src, std::uint32_t w, std::uint32_t h, std::uint32_t band,
            std::uint32_t planes = 1) {
   Output out(std::size_t{dot_stride(w)} * h * planes);
   EXPECT_EQ(fn(src.data(), out.data(), w, h, make_control(planes, band)), 0);
@@ -131,7 +109,7 @@ TEST(Damped, HugeLinesReportNoMemory) {
 // the generator shows the draws made by tone band (-1: not checked).
 TEST(DampedByHand, FirstPixelAndDrawsByTone) {
   struct Case {
-    ScreenFn fn;
+    Screen fn;
     unsigned char tone;
     bool dot;
     int draws;
@@ -167,7 +145,7 @@ TEST(DampedByHand, ToneBandsAndCarries) {
   ASSERT_EQ(first_draws(kSeconds, 4, 1), (std::vector<std::uint32_t>{1, 1, 0, 1}));
   ASSERT_EQ(first_draws(kSeconds + 3, 4, 1), (std::vector<std::uint32_t>{0, 0, 0, 0}));
   struct Step {
-    ScreenFn fn;
+    Screen fn;
     std::uint32_t seconds;  // pinned before the call unless 0
     Bytes src;
     std::uint32_t w, h, band;
@@ -192,7 +170,7 @@ TEST(DampedByHand, ToneBandsAndCarries) {
 // two first bands that draw nothing then leave the next band alike or not.
 TEST(DampedByHand, EvenBandHeightsCarryOddOnesDoNot) {
   struct Case {
-    ScreenFn fn;
+    Screen fn;
     unsigned char light_a, light_b;
   } const cases[] = {{sdiufiavs2, 255, 220},
                      {sdiufiavs3, 255, 220},

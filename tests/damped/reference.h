@@ -15,22 +15,24 @@ enum class Model { Runs, HalfSplit, Amplitude31, Band31, FiveBand, Halves };
 // handing on only a right-to-left last row's error.
 class Reference : public SerpentineModel {
  public:
-  // One call, with the arguments of the exported screen.
-  void screen(Model m, unsigned char const* src, unsigned char* dots, std::uint32_t w,
-              std::uint32_t h, std::uint32_t control) {
+  explicit Reference(Model model) : m(model) {}
+
+  void operator()(unsigned char const* src, unsigned char* dots, std::uint32_t w, std::uint32_t h,
+                  std::uint32_t planes, std::uint32_t band, std::uint32_t at) {
+    seconds = at;
     const bool doubles = m == Model::Runs || m == Model::HalfSplit;
     value_lines = reseed_each_call = doubles, carry_after_rtl = !doubles;
     carry_start = m == Model::Amplitude31 ? -35 : m == Model::Band31 ? -25 : 0;
     if (doubles)
-      call<double>(
-          src, dots, w, h, control,
+      run<double>(
+          src, dots, w, h, planes, band,
           [&](Pixel const& px, double v) { return runs(m == Model::HalfSplit, px, v); },
           [this](std::uint32_t, std::uint32_t y) {
             if (y == 0) left_ = index_ = repeats_ = along_ = 0;  // each plane afresh
             return y % 2 == 0;
           });
     else
-      call<std::int32_t>(src, dots, w, h, control, [&](Pixel const& px, std::int32_t cell) {
+      run<std::int32_t>(src, dots, w, h, planes, band, [&](Pixel const& px, std::int32_t cell) {
         const std::int32_t v = cell + static_cast<std::int32_t>(px.s);
         const std::int32_t e = (v <= 128 ? v : v - 255) + noise(m, px.ltr, px.s, px.x);
         const std::int32_t n = along(m, px.ltr, e, px.s, px.x);
@@ -39,6 +41,8 @@ class Reference : public SerpentineModel {
   }
 
  private:
+  Model m;
+
   // Division by 2^k rounded toward minus infinity, as a signed shift gives.
   static int floor_div(int a, int b) { return a / b - (a % b != 0 && a < 0); }
 

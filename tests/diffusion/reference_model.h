@@ -46,13 +46,14 @@ inline std::int32_t share(char c, std::int32_t e) {
 // The counter-driven screen keeps a counter and a row direction a plane
 // across the bands of a job.
 struct DiffusionModel : SerpentineModel {
+  Kind kind;
   std::vector<int> counter, flag;
 
-  void call(Kind kind, unsigned char const* src, unsigned char* out, std::uint32_t w,
-            std::uint32_t h, std::uint32_t control) {
+  void operator()(unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
+                  std::uint32_t planes, std::uint32_t band, std::uint32_t at) {
     const Rules rl = kRules[static_cast<int>(kind)];
-    const std::uint32_t planes = (control >> 8) & 255;
-    if (kind == Kind::Counter && ((control >> 16) & 255) == 1) counter.clear(), flag.clear();
+    seconds = at;
+    if (kind == Kind::Counter && band == 1) counter.clear(), flag.clear();
     if (counter.size() < planes) counter.resize(planes), flag.resize(planes);
     reseed_each_call = kind != Kind::Conserving;
     const ActiveToneCurves curves = active_curves();
@@ -81,7 +82,7 @@ struct DiffusionModel : SerpentineModel {
       if (counter[p] > 12) counter[p] = 0;
       return (flag[p] = !flag[p]) != 0;
     };
-    SerpentineModel::call<std::int32_t>(src, out, w, h, control, rule, row);
+    run<std::int32_t>(src, out, w, h, planes, band, rule, row);
   }
 };
 

@@ -53,8 +53,11 @@ inline std::int32_t model_level(Code k, std::uint8_t const* B, std::int32_t code
 // e - e / 3 by one bit, also at a row's end, and hands on only a right-to-left
 // last row's error.
 struct MultilevelModel : SerpentineModel {
-  void call(Code k, unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
-            std::uint32_t control) {
+  Code k;
+
+  void operator()(unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
+                  std::uint32_t planes, std::uint32_t band, std::uint32_t at) {
+    seconds = at;
     const bool four_bit = k == Code::Bracketed8 || k == Code::Fixed8, thirds = k == Code::Thirds4;
     bits = four_bit ? 4 : 2, carry_after_rtl = thirds;
     std::uint8_t const* B = ScreenParameterBytes();
@@ -75,7 +78,7 @@ struct MultilevelModel : SerpentineModel {
                 std::array{e / 3, 0, (2 * e) / 3, e}[r]};
       return {code, r == 3 ? e : r == 1 ? 0 : e / 2, r == 3 ? 0 : r == 1 ? e : e / 2};
     };
-    SerpentineModel::call<std::int32_t>(src, out, w, h, control, rule);
+    run<std::int32_t>(src, out, w, h, planes, band, rule);
   }
 };
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "halftone/setup.h"
@@ -54,45 +55,76 @@ struct Serpentine : SerpentineModel {
 
 using ScreenFn =
     std::function<int(unsigned char*, unsigned char*, std::uint32_t, std::uint32_t, std::uint32_t)>;
-// Model call: source, cleared output, width, height, planes, band position,
+// Model call: source, output, width, height, planes, band position,
 // the seconds the generator is seeded from.
 using ModelFn = std::function<void(unsigned char const*, unsigned char*, std::uint32_t,
                                    std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)>;
 
-// Random jobs (1-4 planes, widths 1-300, bands of 1-20 rows, band positions
-// 1, 2 or 0 ..., 3 or a single first band, random tone mode and fill) run
-// through `screen` and `model`; `prepare` fills the data stores for each job.
-// The clock is unpinned and tone mode 0 selected afterwards.
-inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
-                                std::function<void(std::mt19937&)> const& prepare, int jobs,
-                                std::uint32_t seed, int bits = 1) {
+// A random job's shape. Ragged jobs may also start with a stray band or end
+// on an odd one, and have bands with no rows or columns, or with more columns
+// than the lines held.
+struct Job {
+  std::uint32_t planes, width, bands, height;  // height 0: 1-20 rows a band
+  Fill fill;
+  unsigned char flat;
+  bool ragged;
+};
+
+// 1 to `planes` planes (ragged: sometimes none), widths 1 to `width`, 1 to
+// `bands` bands, a random fill and grey.
+inline Job random_job(std::mt19937& gen, std::uint32_t planes, std::uint32_t width,
+                      std::uint32_t bands, bool ragged) {
+  const std::uint32_t p = ragged && gen() % 16 == 0 ? 0 : 1 + gen() % planes;
+  const std::uint32_t w = 1 + gen() % width, b = 1 + gen() % bands;
+  return {p, w, b, 0, static_cast<Fill>(gen() % 5), static_cast<unsigned char>(gen()), ragged};
+}
+
+// Random jobs, band positions 1, then 2 or 0, then 3, run band by band through
+// `screen` and `model`, each band on a newly pinned clock, in tone mode -1 to
+// 18 unless `shape` selects another; `agree`, if given, checks further state
+// after each band. The clock is unpinned and tone mode 0 selected afterwards.
+inline void compare_jobs(ScreenFn const& screen, ModelFn const& model,
+                         std::function<Job(std::mt19937&)> const& shape, int jobs,
+                         std::uint32_t seed, int bits = 1,
+                         std::function<bool()> const& agree = {}) {
   std::mt19937 gen(seed);
   for (int j = 0; j < jobs; ++j) {
-    const std::uint32_t planes = 1 + gen() % 4, width = 1 + gen() % 300;
     Itsdiufiavs(static_cast<int>(gen() % 20) - 1, "");
-    const std::uint32_t seconds = gen();
-    pin_seed_time(seconds);
-    prepare(gen);
-    const Fill fill = static_cast<Fill>(gen() % 5);
-    const auto flat = static_cast<unsigned char>(gen());
-    const std::uint32_t bands = gen() % 3 == 0 ? 1 : 2 + gen() % 4;
-    for (std::uint32_t b = 0; b < bands; ++b) {
-      const std::uint32_t band = b == 0 ? 1 : b + 1 == bands ? 3 : (gen() & 1) * 2;
-      const std::uint32_t height = 1 + gen() % 20;
-      auto src = make_source(width, height, planes, fill, gen(), flat);
-      const std::size_t n =
-          std::size_t{bits == 2 ? dot2_stride(width) : dot_stride(width)} * height * planes;
-      Output out(n);
-      std::vector<unsigned char> expect(n, 0);
-      screen(src.data(), out.data(), width, height, make_control(planes, band));
-      model(src.data(), expect.data(), width, height, planes, band, seconds);
-      ASSERT_EQ(out.body(), expect) << "job " << j << " band " << b << " width " << width
-                                    << " height " << height << " planes " << planes;
-      ASSERT_TRUE(out.guard_intact()) << "job " << j;
+    const Job job = shape(gen);
+    std::uint32_t w = job.width;
+    for (std::uint32_t b = 0; b < job.bands; ++b) {
+      std::uint32_t band = b == 0 ? 1 : b + 1 == job.bands ? 3 : (gen() & 1) * 2;
+      std::uint32_t h = job.height ? job.height : 1 + gen() % 20;
+      if (job.ragged && (b == 0 || b + 1 == job.bands) && gen() % 8 == 0) band = gen() % 4;
+      if (job.ragged && gen() % 8 == 0) w = gen() % 8 ? 1 + gen() % 70 : 0;
+      if (job.ragged && gen() % 16 == 0) h = 0;
+      const std::uint32_t seconds = gen();
+      pin_seed_time(seconds);
+      auto src = make_source(w, h, job.planes, job.fill, gen(), job.flat);
+      const auto before = src;
+      const std::size_t n = std::size_t{(bits * w + 31) / 32 * 4} * h * job.planes;
+      Output out(n), expect(n);
+      SCOPED_TRACE("job " + std::to_string(j) + " band " + std::to_string(b) + " (position " +
+                   std::to_string(band) + ") " + std::to_string(w) + "x" + std::to_string(h) +
+                   " planes " + std::to_string(job.planes));
+      ASSERT_EQ(screen(src.data(), out.data(), w, h, make_control(job.planes, band)), 0);
+      model(src.data(), expect.data(), w, h, job.planes, band, seconds);
+      ASSERT_EQ(out.bytes, expect.bytes);  // the guard bytes too
+      ASSERT_EQ(src, before);
+      ASSERT_TRUE(!agree || agree());
     }
   }
   unpin_seed_time();
   Itsdiufiavs(0, "");
+}
+
+// Ordinary jobs of up to four planes and 300 columns; `prepare` fills the
+// data stores for each.
+inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
+                                std::function<void(std::mt19937&)> const& prepare, int jobs,
+                                std::uint32_t seed, int bits = 1) {
+  auto shape = [&](std::mt19937& gen) { return prepare(gen), random_job(gen, 4, 300, 5, false); };
+  compare_jobs(screen, model, shape, jobs, seed, bits);
 }
 
 }  // namespace halftone::test
