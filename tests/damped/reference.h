@@ -43,9 +43,6 @@ class Reference : public SerpentineModel {
  private:
   Model m;
 
-  // Division by 2^k rounded toward minus infinity, as a signed shift gives.
-  static int floor_div(int a, int b) { return a / b - (a % b != 0 && a < 0); }
-
   // Every pixel makes an unused draw. Random runs: a run's whole error, damped
   // by 0.97 but on the last row, goes along or below, alternating run by run;
   // its length is 11 or 10 by a drawn index, which a third draw in a row of the
@@ -88,10 +85,10 @@ class Reference : public SerpentineModel {
     auto bit = [&] { return (rng.draw() & 1) != 0; };
     if (m == Model::Amplitude31 || m == Model::Band31) {
       const bool a = m == Model::Amplitude31;
-      const std::int32_t lesser = a ? floor_div(e, 2) : floor_div(3 * e, 4);
+      const std::int32_t lesser = a ? e >> 1 : (3 * e) >> 2;  // shifts: rounded down
       if (s >= (ltr ? 216u : 213u)) return even ? two_thirds : lesser;
       if (s >= (ltr ? 166u : a ? 179u : 185u)) return bit() ? lesser : two_thirds;
-      return bit() ? e : floor_div(e, 2);
+      return bit() ? e : e >> 1;
     }
     if (m == Model::FiveBand) {
       if (s > 240) return two_thirds;

@@ -14,28 +14,28 @@
 namespace halftone::test {
 namespace {
 
-int call_library(Kind kind, unsigned char* src, unsigned char* out, std::uint32_t w,
-                 std::uint32_t h, std::uint32_t control) {
-  const int iw = static_cast<int>(w), ih = static_cast<int>(h);
-  switch (kind) {
-    case Kind::Page:
-      return hxkjsdi67x(src, out, w, h);
-    case Kind::Random:
-      return (control & 0x10000u) ? jsdi6yruis(src, out, iw, ih, control)
-                                  : irpduix7sg(src, out, w, h, control);
-    case Kind::TonePush:
-      return sdiufiavs(src, out, iw, ih, control);
-    case Kind::Conserving:
-      return sdiufiavs1(src, out, w, h, control);
-    case Kind::Counter:
-      return highforces(src, out, w, h, control);
-    case Kind::InvertedThirds:
-      return mandfanes(src, out, iw, ih, control);
-    case Kind::InvertedQuarters:
-      return orangecagn(src, out, iw, ih, control);
-  }
-  return -1;
+using Screen = int (*)(unsigned char*, unsigned char*, std::uint32_t, std::uint32_t, std::uint32_t);
+template <int (*F)(unsigned char*, unsigned char*, int, int, unsigned)>
+int as_signed(unsigned char* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
+              std::uint32_t control) {
+  return F(src, out, static_cast<int>(w), static_cast<int>(h), control);
 }
+// The screens by Kind; the random screen takes odd band positions through its
+// signed entry point.
+constexpr Screen kScreens[] = {
+    [](unsigned char* src, unsigned char* out, std::uint32_t w, std::uint32_t h, std::uint32_t) {
+      return hxkjsdi67x(src, out, w, h);
+    },
+    [](unsigned char* src, unsigned char* out, std::uint32_t w, std::uint32_t h, std::uint32_t c) {
+      return c & 0x10000u ? as_signed<jsdi6yruis>(src, out, w, h, c)
+                          : irpduix7sg(src, out, w, h, c);
+    },
+    as_signed<sdiufiavs>,
+    sdiufiavs1,
+    highforces,
+    as_signed<mandfanes>,
+    as_signed<orangecagn>};
+Screen screen(Kind kind) { return kScreens[static_cast<int>(kind)]; }
 
 constexpr Kind kAll[] = {
     Kind::Page,    Kind::Random,         Kind::TonePush,        Kind::Conserving,
@@ -49,9 +49,7 @@ TEST(Diffusion, AgreesWithPlainModelOnRandomBandedJobs) {
     DiffusionModel model{{}, kind, {}, {}};
     const bool page = kind == Kind::Page;
     compare_jobs(
-        [kind](unsigned char* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
-               std::uint32_t control) { return call_library(kind, src, out, w, h, control); },
-        std::ref(model),
+        screen(kind), std::ref(model),
         [&](std::mt19937& gen) {
           return random_job(gen, page ? 1 : kind == Kind::Counter ? 6 : 4, 70, page ? 1 : 4, !page);
         },
@@ -60,31 +58,24 @@ TEST(Diffusion, AgreesWithPlainModelOnRandomBandedJobs) {
 }
 
 TEST(Diffusion, FlatFieldsGiveAllOrNothing) {
-  struct Case {
-    Kind kind;
-    unsigned char grey;
-    bool all_set;  // every pixel bit set, else none
-  };
   Itsdiufiavs(2, "");
-  for (Case c : {Case{Kind::Page, 0, true}, Case{Kind::Page, 255, false},
-                 Case{Kind::Random, 0, true}, Case{Kind::Random, 255, false},
-                 Case{Kind::TonePush, 0, true}, Case{Kind::TonePush, 255, false},
-                 Case{Kind::Conserving, 0, true}, Case{Kind::Conserving, 255, false},
-                 Case{Kind::Counter, 0, true}, Case{Kind::Counter, 255, false},
-                 Case{Kind::InvertedThirds, 0, false}, Case{Kind::InvertedThirds, 255, true},
-                 Case{Kind::InvertedQuarters, 0, false}, Case{Kind::InvertedQuarters, 255, true}}) {
-    SCOPED_TRACE(static_cast<int>(c.kind));
-    const std::uint32_t w = 37, h = 9, planes = c.kind == Kind::Page ? 1 : 3;
-    auto src = make_source(w, h, planes, Fill::Flat, 1, c.grey);
-    Output out(static_cast<std::size_t>(dot_stride(w)) * h * planes);
-    call_library(c.kind, src.data(), out.data(), w, h, make_control(planes, 1));
-    for (std::uint32_t r = 0; r < h * planes; ++r)
-      for (std::uint32_t x = 0; x < w; ++x)
-        ASSERT_EQ(bit_at(out.data() + r * dot_stride(w), x), c.all_set) << r << "," << x;
-    EXPECT_TRUE(padding_clear(out.body(), w, h * planes));
-    EXPECT_TRUE(out.guard_intact());
-    call_library(c.kind, src.data(), out.data(), w, h, make_control(planes, 3));
-  }
+  for (Kind kind : kAll)
+    for (unsigned char grey : {0, 255}) {
+      // Black sets every bit, white none; the inverted screens the other way round.
+      const bool all_set =
+          (grey == 0) != (kind == Kind::InvertedThirds || kind == Kind::InvertedQuarters);
+      SCOPED_TRACE(static_cast<int>(kind));
+      const std::uint32_t w = 37, h = 9, planes = kind == Kind::Page ? 1 : 3;
+      auto src = make_source(w, h, planes, Fill::Flat, 1, grey);
+      Output out(static_cast<std::size_t>(dot_stride(w)) * h * planes);
+      screen(kind)(src.data(), out.data(), w, h, make_control(planes, 1));
+      for (std::uint32_t r = 0; r < h * planes; ++r)
+        for (std::uint32_t x = 0; x < w; ++x)
+          ASSERT_EQ(bit_at(out.data() + r * dot_stride(w), x), all_set) << r << "," << x;
+      EXPECT_TRUE(padding_clear(out.body(), w, h * planes));
+      EXPECT_TRUE(out.guard_intact());
+      screen(kind)(src.data(), out.data(), w, h, make_control(planes, 3));
+    }
   Itsdiufiavs(0, "");
 }
 
@@ -99,7 +90,7 @@ TEST(Diffusion, WhitePixelRule) {
   for (Kind kind : {Kind::TonePush, Kind::Conserving, Kind::Random, Kind::InvertedThirds,
                     Kind::InvertedQuarters}) {
     Output out(dot_stride(w) * h);
-    call_library(kind, src.data(), out.data(), w, h, make_control(1, 1));
+    screen(kind)(src.data(), out.data(), w, h, make_control(1, 1));
     const bool inverted = kind == Kind::InvertedThirds || kind == Kind::InvertedQuarters;
     int white_inked = 0;
     for (std::uint32_t r = 0; r < h; ++r)
@@ -116,8 +107,8 @@ TEST(Diffusion, ZeroSizesClearOnlyWhatTheyCover) {
   for (Kind kind : kAll) {
     unsigned char src[8] = {};
     Output out(0);
-    EXPECT_EQ(call_library(kind, src, out.data(), 0, 5, make_control(2, 1)), 0);
-    EXPECT_EQ(call_library(kind, src, out.data(), 5, 0, make_control(2, 3)), 0);
+    EXPECT_EQ(screen(kind)(src, out.data(), 0, 5, make_control(2, 1)), 0);
+    EXPECT_EQ(screen(kind)(src, out.data(), 5, 0, make_control(2, 3)), 0);
     EXPECT_TRUE(out.guard_intact());
   }
   // Negative sizes through the signed entry points screen nothing.

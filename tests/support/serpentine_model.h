@@ -62,10 +62,10 @@ struct SerpentineModel {
            std::uint32_t planes, std::uint32_t band, Rule rule, Row row = {}, Offset offset = {}) {
     constexpr bool ints = std::is_integral_v<T>;
     auto keep = [](auto v) { return ints ? T(w16(std::int64_t(v))) : T(v); };
-    std::vector<T>& carry = carry_<T>();
+    std::vector<double>& carry = carry_[ints];
     // Lines are allocated on a first band, or when none (or too few) are held.
     if (band == 1 || w > held_[ints] || carry.size() < std::size_t{planes} * w)
-      carry.assign(std::size_t{planes} * w, T(carry_start)), held_[ints] = w;
+      carry.assign(std::size_t{planes} * w, carry_start), held_[ints] = w;
     const std::size_t S = source_stride(w), D = (std::size_t{w} * bits + 31) / 32 * 4;
     std::fill_n(out, D * h * planes, 0);
     if (reseed_each_call || band == 1) rng.seed(seconds);
@@ -75,8 +75,8 @@ struct SerpentineModel {
       auto start = [&](std::uint32_t y, std::uint32_t x) {
         return (value_lines ? T(grey(y, x)) : T(0)) + T(offset(y, x));
       };
-      T* c = carry.data() + std::size_t{p} * w;
-      for (std::uint32_t x = 0; x < w; ++x) lines[0][x] = keep(start(0, x) + c[x]), c[x] = 0;
+      double* c = carry.data() + std::size_t{p} * w;  // exact for 16-bit values too
+      for (std::uint32_t x = 0; x < w; ++x) lines[0][x] = keep(start(0, x) + T(c[x])), c[x] = 0;
       for (std::uint32_t y = 0; y < h; ++y) {
         const bool ltr = row(p, y), last = y + 1 == h;
         std::vector<T>&cur = lines[y % 2], &below = lines[1 - y % 2];
@@ -99,24 +99,9 @@ struct SerpentineModel {
     if (band == 3) held_[ints] = -1;
   }
 
-  // The same with the plane count and band position read from a control word.
-  template <class T, class Rule, class Row = Alternate>
-  void call(unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,
-            std::uint32_t control, Rule rule, Row row = {}) {
-    run<T>(src, out, w, h, (control >> 8) & 255, (control >> 16) & 255, rule, row);
-  }
-
  private:
-  template <class T>
-  std::vector<T>& carry_() {
-    if constexpr (std::is_integral_v<T>)
-      return int_carry_;
-    else
-      return double_carry_;
-  }
-  std::vector<std::int32_t> int_carry_;
-  std::vector<double> double_carry_;
-  std::int64_t held_[2] = {-1, -1};  // the held width of the double and integer lines; -1: none
+  std::vector<double> carry_[2];     // for double and integer lines
+  std::int64_t held_[2] = {-1, -1};  // their held width; -1: none
 };
 
 }  // namespace halftone::test
