@@ -39,13 +39,10 @@ ScreenInfo const& info(char const* name) {
     if (std::strcmp(e.name, name) == 0) return e;
   throw std::runtime_error(name);
 }
-std::size_t out_size(ScreenInfo const& e, std::uint32_t w, std::uint32_t h, std::uint32_t p) {
-  return std::size_t{p} * h * (e.bits == 2 ? dot2_stride(w) : dot4_stride(w));
-}
 // Screens one band with `e` into a buffer with guard bytes.
 Output screen(ScreenInfo const& e, std::vector<unsigned char>& src, std::uint32_t w,
               std::uint32_t h, std::uint32_t planes, std::uint32_t band) {
-  Output out(out_size(e, w, h, planes));
+  Output out(std::size_t{planes} * h * (e.bits == 2 ? dot2_stride(w) : dot4_stride(w)));
   EXPECT_EQ(e.run(src.data(), out.data(), w, h, make_control(planes, band)), 0);
   return out;
 }
