@@ -48,17 +48,10 @@ inline void clear_output(unsigned char* dots, std::size_t planes, std::size_t st
   if (n != 0) std::memset(dots, 0, n);
 }
 
-// Pixel writers. x counts from the row's left edge.
+// Sets pixel x of a one-bit row (x counts from the row's left edge).
 inline void set_dot(unsigned char* row, std::uint32_t x) {
   row[x >> 3] |= static_cast<unsigned char>(0x80u >> (x & 7u));
 }
-inline void set_code2(unsigned char* row, std::uint32_t x, std::uint32_t code) {
-  row[x >> 2] |= static_cast<unsigned char>(code << ((3u - (x & 3u)) * 2u));
-}
-inline void set_code4(unsigned char* row, std::uint32_t x, std::uint32_t code) {
-  row[x >> 1] |= static_cast<unsigned char>(code << (4u - (x & 1u) * 4u));
-}
-
 // 16-bit two's complement storage: the low 16 bits, read back signed.
 constexpr std::int16_t wrap16(std::int32_t v) {
   return static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint32_t>(v)));

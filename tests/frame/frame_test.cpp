@@ -49,16 +49,12 @@ TEST(Layout, ControlWordAndInterleavedRows) {
   EXPECT_EQ(rows.row(2, 1) - buffer, 20);
 }
 
-TEST(Layout, CodeWritersPlacePixelsMostSignificantFirst) {
-  unsigned char row[4] = {};
+TEST(Layout, DotsMostSignificantFirstAndSixteenBitWrap) {
+  unsigned char row[2] = {};
   set_dot(row, 0);
   set_dot(row, 9);
-  set_code2(row + 2, 1, 3);
-  set_code4(row + 3, 1, 5);
   EXPECT_EQ(row[0], 0x80);
   EXPECT_EQ(row[1], 0x40);
-  EXPECT_EQ(row[2], 0x30);
-  EXPECT_EQ(row[3], 0x05);
   EXPECT_EQ(wrap16(32768), -32768);
   EXPECT_EQ(wrap16(-32769), 32767);
 }
