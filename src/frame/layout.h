@@ -52,6 +52,7 @@ inline void clear_output(unsigned char* dots, std::size_t planes, std::size_t st
 inline void set_dot(unsigned char* row, std::uint32_t x) {
   row[x >> 3] |= static_cast<unsigned char>(0x80u >> (x & 7u));
 }
+
 // 16-bit two's complement storage: the low 16 bits, read back signed.
 constexpr std::int16_t wrap16(std::int32_t v) {
   return static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint32_t>(v)));
