@@ -173,10 +173,15 @@ PendingFile::PendingFile(std::string path) : path_(std::move(path)) {
   static std::atomic<unsigned> counter{0};
   const auto tick = std::chrono::steady_clock::now().time_since_epoch().count();
   const fs::path target(path_);
-  temporary_ = (target.parent_path() /
-                ("." + target.filename().string() + "." + std::to_string(tick % 1000000007) + "-" +
-                 std::to_string(counter++) + ".tmp"))
-                   .string();
+  // A hidden name beside the target, unique to this write.
+  std::string name(".");
+  name += target.filename().string();
+  name += '.';
+  name += std::to_string(tick % 1000000007);
+  name += '-';
+  name += std::to_string(counter++);
+  name += ".tmp";
+  temporary_ = (target.parent_path() / name).string();
   stream_ = std::fopen(temporary_.c_str(), "wb");
   if (stream_ == nullptr) throw ToolError("cannot create " + path_ + " (is the folder there?)");
 }
