@@ -82,7 +82,11 @@ class BandLines {
 BandLines<std::int16_t>& shared_lines();
 // The damped double-precision screens.
 BandLines<double>& damped_lines();
-// The double-precision block-offset screen keeps its own set.
+// The double-precision block-offset screen keeps a set of its own, apart from
+// the damped screens' double lines: its band protocol never releases or
+// reallocates theirs. (The two families could share one set without any
+// difference to a job run from its first band to its last; keeping them apart
+// is what the block-offset screen's own description asks for.)
 BandLines<double>& block_offset_double_lines();
 
 }  // namespace halftone
