@@ -30,6 +30,13 @@ constexpr std::uint32_t make_control(std::uint32_t planes, std::uint32_t band) {
   return (planes & 0xFFu) << 8 | (band & 0xFFu) << 16;
 }
 
+// Clears `planes * stride * height` bytes: the whole output of a call.
+inline void clear_output(unsigned char* dots, std::size_t planes, std::size_t stride,
+                         std::size_t height) {
+  const std::size_t n = planes * stride * height;
+  if (n != 0) std::memset(dots, 0, n);
+}
+
 // Line-interleaved planes in one buffer: row r of plane p of P planes starts
 // at (r * P + p) * stride.
 template <class Byte>
@@ -41,12 +48,21 @@ struct PlaneRows {
   Byte* row(std::size_t plane, std::size_t r) const { return base + (r * planes + plane) * stride; }
 };
 
-// Clears `planes * stride * height` bytes: the whole output of a call.
-inline void clear_output(unsigned char* dots, std::size_t planes, std::size_t stride,
-                         std::size_t height) {
-  const std::size_t n = planes * stride * height;
-  if (n != 0) std::memset(dots, 0, n);
-}
+// The planes of one call of a screen without carried state: line-interleaved
+// source rows and output rows of `out_stride` bytes, the whole output cleared.
+struct PlaneCall {
+  std::size_t planes;
+  PlaneRows<unsigned char const> src;
+  PlaneRows<unsigned char> out;
+
+  PlaneCall(unsigned char const* source, unsigned char* dots, std::uint32_t width,
+            std::uint32_t height, std::uint32_t control, std::uint32_t out_stride)
+      : planes(ScreenControl(control).planes),
+        src{source, source_stride(width), planes},
+        out{dots, out_stride, planes} {
+    clear_output(dots, planes, out_stride, height);
+  }
+};
 
 // Sets pixel x of a one-bit row (x counts from the row's left edge).
 inline void set_dot(unsigned char* row, std::uint32_t x) {

@@ -129,12 +129,8 @@ class RowRenderer {
 template <unsigned Shift>
 int pattern_screen(PatternTile const& tile, unsigned char const* source, unsigned char* dots,
                    std::uint32_t width, std::uint32_t height, std::uint32_t control) {
-  const ScreenControl ctl(control);
-  const std::size_t planes = ctl.planes;
   const std::uint32_t out_stride = Shift == 3 ? dot_stride(width) : dot2_stride(width);
-  const PlaneRows<unsigned char const> src{source, source_stride(width), planes};
-  const PlaneRows<unsigned char> out{dots, out_stride, planes};
-  clear_output(dots, planes, out_stride, height);
+  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, out_stride);
   for (std::size_t p = 0; p < planes; ++p)
     for (std::uint32_t y = 0; y < height; ++y)
       RowRenderer<Shift>(tile, y, out.row(p, y), out_stride).render(src.row(p, y), width);

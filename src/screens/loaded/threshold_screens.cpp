@@ -85,11 +85,8 @@ std::uint32_t row_counter(std::uint32_t plane) {
 // Plane p reads the matrix 16 p rows down and 16 p columns right (mod 256).
 int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                      std::uint32_t height, std::uint32_t control) {
-  const ScreenControl ctl(control);
-  const std::size_t planes = ctl.planes;
-  const PlaneRows<unsigned char const> src{source, source_stride(width), planes};
-  const PlaneRows<unsigned char> out{dots, dot_stride(width), planes};
-  clear_output(dots, planes, out.stride, height);
+  const auto [planes, src, out] =
+      PlaneCall(source, dots, width, height, control, dot_stride(width));
   for (std::size_t p = 0; p < planes; ++p) {
     const std::uint32_t shift = static_cast<std::uint32_t>(p) * 16u;
     for (std::uint32_t y = 0; y < height; ++y) {
@@ -106,11 +103,8 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
 int clustered_threshold(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                         std::uint32_t height, std::uint32_t control) {
   static const ClusterLimits limits(ClusterMatrixA);
-  const ScreenControl ctl(control);
-  const std::size_t planes = ctl.planes;
-  const PlaneRows<unsigned char const> src{source, source_stride(width), planes};
-  const PlaneRows<unsigned char> out{dots, dot_stride(width), planes};
-  clear_output(dots, planes, out.stride, height);
+  const auto [planes, src, out] =
+      PlaneCall(source, dots, width, height, control, dot_stride(width));
   for (std::size_t p = 0; p < planes; ++p) {
     for (std::uint32_t y = 0; y < height; ++y) {
       std::int32_t const* row = limits.v + (y & 15u) * 16u;
@@ -130,13 +124,10 @@ int clustered_threshold(unsigned char const* source, unsigned char* dots, std::u
 int clustered_threshold_lines(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                               std::uint32_t height, std::uint32_t control) {
   static const ClusterLimits limits(ClusterMatrixB);
-  const ScreenControl ctl(control);
-  const std::size_t planes = ctl.planes;
-  const PlaneRows<unsigned char const> src{source, source_stride(width), planes};
-  const PlaneRows<unsigned char> out{dots, dot_stride(width), planes};
   BandLines<std::int16_t>& lines = shared_lines();
-  const bool held = lines.try_begin(ctl, width);
-  clear_output(dots, planes, out.stride, height);
+  const bool held = lines.try_begin(ScreenControl(control), width);
+  const auto [planes, src, out] =
+      PlaneCall(source, dots, width, height, control, dot_stride(width));
   if (!held) return ERR_NO_MEMORY;
   if (planes == 0) return 0;
   for (std::size_t p = 0; p < planes; ++p) {
@@ -166,7 +157,7 @@ int clustered_threshold_lines(unsigned char const* source, unsigned char* dots, 
     }
     count_rows(p, height);
   }
-  lines.end(ctl);
+  lines.end(ScreenControl(control));
   return 0;
 }
 

@@ -37,11 +37,8 @@ int build_dither_matrix() {
 
 int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                    std::uint32_t height, std::uint32_t control) {
-  const ScreenControl ctl(control);
-  const std::size_t planes = ctl.planes;
-  const PlaneRows<unsigned char const> src{source, source_stride(width), planes};
-  const PlaneRows<unsigned char> out{dots, dot_stride(width), planes};
-  clear_output(dots, planes, out.stride, height);
+  const auto [planes, src, out] =
+      PlaneCall(source, dots, width, height, control, dot_stride(width));
   for (std::size_t p = 0; p < planes; ++p)
     for (std::uint32_t y = 0; y < height; ++y) {
       std::uint8_t const* thresholds = DitherMatrix16 + (y & 15u) * 16u;
