@@ -126,6 +126,9 @@ int screen_command(std::span<char const* const> args) {
     throw ToolError(name + " writes " + std::to_string(info->bits) +
                     "-bit codes, which a PBM cannot hold: use .pgm or .png");
   const Setup setup = setup_from(parsed);
+  for (DataKind const& kind : data_kinds())
+    if (setup.files.count(kind.need) && !(info->needs & kind.need))
+      throw ToolError(name + " reads no " + kind.what + "; drop --" + kind.option);
 
   Page page = page_from_image(read_image(in), planes);
   prepare(*info, setup);

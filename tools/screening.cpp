@@ -187,13 +187,11 @@ void prepare(ScreenInfo const& info, Setup const& setup) {
     Itsdiufiavs(setup.mode.value_or(0), setup.parameters.value_or("").c_str());
   if (info.needs & kNeedsDitherMatrix) SincesKai();
   for (DataKind const& kind : kDataKinds) {
+    if (!(info.needs & kind.need)) continue;  // pattern loaders share state: load only these
     auto file = setup.files.find(kind.need);
-    if (file == setup.files.end()) {
-      if (info.needs & kind.need)
-        throw ToolError(std::string(info.name) + " needs a " + kind.what + ": give --" +
-                        kind.option + " FILE (a file in the data folder's Moths/)");
-      continue;
-    }
+    if (file == setup.files.end())
+      throw ToolError(std::string(info.name) + " needs a " + kind.what + ": give --" + kind.option +
+                      " FILE (a file in the data folder's Moths/)");
     const std::string path = moths_path(file->second.c_str());
     if (!std::filesystem::is_regular_file(path)) throw ToolError("cannot open " + path);
     kind.check(path, setup.pattern_size, kind.bits);

@@ -71,8 +71,9 @@ struct Setup {
 };
 
 // Sets up the library for `info`: data folder, pinned seed time, tone setup
-// (when asked for or needed), the dither matrix, and the data files it needs.
-// A missing or unusable data file throws ToolError.
+// (when asked for or needed), the dither matrix, and the data files it needs
+// (only those: the two pattern loaders share the pattern geometry). A needed
+// file that is missing or unusable throws ToolError.
 void prepare(ScreenInfo const& info, Setup const& setup);
 
 // "tone, pattern" etc., or "-" for an entry that needs nothing.
