@@ -91,10 +91,14 @@ TEST_F(Tool, BadInputExitsTwoWithoutOutput) {
            "screen sdiufiavs " + in + " " + out + " --band-height 0",
            "screen sdiufiavs " + in + " " + out + " --band-height x",
            "screen sdiufiavs " + in + " " + out + " --params 1,2,3,4,5,6,7,8,9,10",
+           "screen sdiufiavs " + in + " " + out + " --pattern demo1.pat",
+           "screen Sonicksure " + in + " " + out,
            "screen sdiufiavs " + in + " " + (dir / "no/such/folder/out.pbm").string()}) {
     EXPECT_EQ(run(args), 2) << args;
     EXPECT_FALSE(read(dir / "stderr").empty()) << args;
     EXPECT_FALSE(fs::exists(out)) << args;
+    for (auto const& entry : fs::directory_iterator(dir))  // no temporary file left behind
+      EXPECT_NE(entry.path().extension(), ".tmp") << args;
   }
 }
 
@@ -103,6 +107,16 @@ TEST_F(Tool, DemoWritesPicturesAndOverviewPage) {
   EXPECT_TRUE(fs::exists(dir / "demo" / "index.html"));
   EXPECT_TRUE(fs::exists(dir / "demo" / "FastGroup.png"));
   EXPECT_NE(read(dir / "demo" / "index.html").find("hxkjsdi67x"), std::string::npos);
+
+  // Each pattern screen runs with its own bank's geometry: the flat black
+  // patch at the chart's lower left (72 x 80 pixels) is solid ink.
+  const std::string pbm = read(dir / "demo" / "Sonicksure.pbm");
+  const std::string header = "P4\n512 384\n";
+  ASSERT_EQ(pbm.size(), header.size() + 64 * 384);
+  for (std::size_t y = 304; y < 384; ++y)
+    for (std::size_t byte = 0; byte < 9; ++byte)
+      ASSERT_EQ(static_cast<unsigned char>(pbm[header.size() + y * 64 + byte]), 0xFF)
+          << "row " << y << " byte " << byte;
 }
 
 }  // namespace
