@@ -3,13 +3,8 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
-
-#if !defined(_WIN32)
-#include <unistd.h>
-#endif
 
 #include "frame/band_lines.h"
 #include "frame/data_folder.h"
@@ -17,6 +12,7 @@
 #include "frame/layout.h"
 #include "frame/tone_curves.h"
 #include "halftone/setup.h"
+#include "support/data_folder.h"
 
 namespace halftone {
 namespace {
@@ -166,28 +162,19 @@ TEST(ParameterString, TokensEndAtCommas) {
   }
 }
 
-// Runs the tone setup against a temporary data folder holding `curve_file`
-// bytes (or no file at all), then restores the compiled-in bank.
+// Runs the tone setup against a temporary data folder holding a curve file
+// (or none), then restores the compiled-in bank.
 class ToneSetup : public ::testing::Test {
  protected:
-  std::filesystem::path dir =
-      std::filesystem::temp_directory_path() / ("halftone-frame-" + std::to_string(::getpid()));
+  test::DataFolder folder;
 
-  void SetUp() override {
-    std::filesystem::create_directories(dir);
-    set_data_folder(dir.string().c_str());
-  }
   void TearDown() override {
     write_file(std::vector<unsigned char>(&default_curve_bank()[0][0],
                                           &default_curve_bank()[0][0] + 256 * kCurveCount));
     Itsdiufiavs(0, "");
-    set_data_folder(nullptr);
-    std::filesystem::remove_all(dir);
   }
   void write_file(std::vector<unsigned char> const& bytes) {
-    std::ofstream(dir / "ToneAry.ham", std::ios::binary)
-        .write(reinterpret_cast<char const*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
+    folder.write_beside("ToneAry.ham", bytes);
   }
 };
 

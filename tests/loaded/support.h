@@ -7,33 +7,10 @@
 #include <string>
 
 #include "halftone/setup.h"
+#include "support/data_folder.h"
 #include "support/offset_reference.h"
 
 namespace halftone::test {
-
-using Bytes = std::vector<unsigned char>;
-
-// Points the library at a fresh folder with a Moths sub-folder while it lives.
-struct DataFolder {
-  std::filesystem::path root =
-      std::filesystem::temp_directory_path() /
-      ("halftone_loaded_" +
-       std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
-  DataFolder() {
-    std::filesystem::create_directories(root / "Moths");
-    set_data_folder(root.string().c_str());
-  }
-  ~DataFolder() {
-    set_data_folder(nullptr);
-    std::error_code ignored;
-    std::filesystem::remove_all(root, ignored);
-  }
-  DataFolder(DataFolder const&) = delete;
-  void write(std::string const& name, Bytes const& bytes) const {
-    std::ofstream(root / "Moths" / name, std::ios::binary)
-        << std::string(bytes.begin(), bytes.end());
-  }
-};
 
 inline Bytes random_bytes(std::size_t n, std::uint32_t seed) {
   std::mt19937 gen(seed);
