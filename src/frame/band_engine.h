@@ -141,10 +141,8 @@ class BandEngine {
     if (Policy::kReseed == Reseed::EveryCall ||
         (Policy::kReseed == Reseed::FirstBand && control_.first_band()))
       reseed_screening();
-    if (width_ != 0 && height_ != 0) {
-      LocalRandom rng;
-      for (std::uint32_t p = 0; p < control_.planes; ++p) plane(lines, p, *rng);
-    }
+    if (width_ != 0 && height_ != 0)
+      for (std::uint32_t p = 0; p < control_.planes; ++p) plane(lines, p, screening_random());
     lines.end(control_);
   }
 

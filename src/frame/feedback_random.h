@@ -52,20 +52,4 @@ std::uint32_t seed_seconds();
 // Reseeds the screening instance from the clock.
 inline void reseed_screening() { screening_random().seed(seed_seconds()); }
 
-// A screen's working copy of the screening instance: drawn in registers during
-// the call and handed back when the scope ends, so the sequence continues
-// exactly as if the shared instance had been drawn directly.
-class LocalRandom {
- public:
-  LocalRandom() : rng_(screening_random()) {}
-  ~LocalRandom() { screening_random() = rng_; }
-  LocalRandom(LocalRandom const&) = delete;
-  LocalRandom& operator=(LocalRandom const&) = delete;
-  FeedbackRandom& operator*() { return rng_; }
-  FeedbackRandom* operator->() { return &rng_; }
-
- private:
-  FeedbackRandom rng_;
-};
-
 }  // namespace halftone
