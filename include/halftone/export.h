@@ -14,7 +14,6 @@
 
 // Result codes of the loaders (screens always return 0).
 enum : int {
-  HALFTONE_OK = 0,
   ERR_FILE_OPEN = 20101,
   ERR_FILE_READ = 20103,
   ERR_LOAD_FAULT = 20301,

@@ -2,30 +2,45 @@
 // threshold screens.
 #include "halftone/loaded.h"
 
+#include <string>
+
 #include "exports/catalog.h"
 #include "frame/band_engine.h"
+#include "frame/data_folder.h"
 #include "screens/loaded/screens.h"
 
 using halftone::engine::extent;
 namespace l = halftone::loaded;
 
+namespace {
+
+// The data file `name` in the data folder's Moths/ (null stays null).
+struct DataFile {
+  std::string path;
+  char const* name;
+  explicit DataFile(char const* n) : path(n ? halftone::moths_path(n) : std::string()), name(n) {}
+  char const* c_str() const { return name ? path.c_str() : nullptr; }
+};
+
+}  // namespace
+
 int KaiDuaning(char const* fileName, int patternWidth, int patternHeight) {
-  return l::load_patterns1(fileName, patternWidth, patternHeight);
+  return l::load_patterns1(DataFile(fileName).c_str(), patternWidth, patternHeight);
 }
 int NingJing(char const* fileName, int patternWidth, int patternHeight) {
-  return l::load_patterns2(fileName, patternWidth, patternHeight);
+  return l::load_patterns2(DataFile(fileName).c_str(), patternWidth, patternHeight);
 }
 // These three work out a result code but hand the host 0 whatever happened.
 int PuaningFa(char const* fileName, int, int) {
-  l::load_matrix_bmp(fileName);
+  l::load_matrix_bmp(DataFile(fileName).c_str());
   return 0;
 }
 int PuaningFa13(char const* fileName, int, int) {
-  l::load_offset_bmp(fileName);
+  l::load_offset_bmp(DataFile(fileName).c_str());
   return 0;
 }
 int NiceMents(char const* fileName, int, int) {
-  l::load_blocks(fileName);
+  l::load_blocks(DataFile(fileName).c_str());
   return 0;
 }
 int PuaningFaAM(char const*, int, int) { return 0; }

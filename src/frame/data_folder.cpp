@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "frame/state.h"
 #include "halftone/setup.h"
 
 #if defined(_WIN32)
@@ -45,6 +46,8 @@ std::string executable_folder() {
 }  // namespace
 
 std::string data_folder() {
+  ScreenState const& s = state();
+  if (s.has_data_folder) return s.data_folder;
   std::lock_guard<std::mutex> lock(g_mutex);
   if (g_folder_set) return g_folder;
   return executable_folder();
@@ -56,6 +59,11 @@ std::string moths_path(char const* name) {
   return data_folder() + "Moths" + kSeparator + (name ? name : "");
 }
 
+std::string folder_with_separator(std::string folder) {
+  if (!folder.empty() && folder.back() != '/' && folder.back() != kSeparator) folder += kSeparator;
+  return folder;
+}
+
 void set_data_folder(char const* folder) {
   std::lock_guard<std::mutex> lock(g_mutex);
   if (folder == nullptr) {
@@ -63,9 +71,7 @@ void set_data_folder(char const* folder) {
     g_folder_set = false;
     return;
   }
-  g_folder = folder;
-  if (!g_folder.empty() && g_folder.back() != '/' && g_folder.back() != kSeparator)
-    g_folder += kSeparator;
+  g_folder = folder_with_separator(folder);
   g_folder_set = true;
 }
 

@@ -12,4 +12,7 @@ std::string data_folder();
 std::string data_path(char const* name);
 std::string moths_path(char const* name);
 
+// `folder` with a separator at its end (unchanged when empty or already so).
+std::string folder_with_separator(std::string folder);
+
 }  // namespace halftone

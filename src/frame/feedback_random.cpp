@@ -3,6 +3,7 @@
 #include <atomic>
 #include <ctime>
 
+#include "frame/state.h"
 #include "halftone/setup.h"
 
 namespace halftone {
@@ -32,10 +33,7 @@ void FeedbackRandom::seed(std::uint32_t s) {
   for (int i = 0; i < 10 * kDegree; ++i) (void)draw();
 }
 
-FeedbackRandom& screening_random() {
-  static FeedbackRandom instance;
-  return instance;
-}
+FeedbackRandom& screening_random() { return state().random; }
 
 FeedbackRandom& utility_random() {
   static FeedbackRandom instance;
@@ -43,6 +41,8 @@ FeedbackRandom& utility_random() {
 }
 
 std::uint32_t seed_seconds() {
+  ScreenState const& s = state();
+  if (s.seed_pinned) return s.seed_time;
   if (g_pinned.load(std::memory_order_relaxed))
     return g_pinned_seconds.load(std::memory_order_relaxed);
   return static_cast<std::uint32_t>(static_cast<std::uint64_t>(std::time(nullptr)));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "frame/data_folder.h"
+#include "frame/state.h"
 #include "halftone/export.h"
 
 namespace halftone {
@@ -197,27 +198,16 @@ Bank const& defaults() {
   return bank;
 }
 
-struct State {
-  std::uint8_t bank[kCurveCount][256];
-  int curve_a = 0;
-  int curve_b = 0;
-  std::uint8_t parameters[kParameterBytes] = {};
-  State() { std::memcpy(bank, defaults().curves, sizeof bank); }
-};
-
-State& state() {
-  static State s;
-  return s;
-}
+ToneState& tone() { return state().tone; }
 
 }  // namespace
 
-std::uint8_t (&curve_bank())[kCurveCount][256] { return state().bank; }
+std::uint8_t (&curve_bank())[kCurveCount][256] { return tone().bank; }
 
 std::uint8_t const (&default_curve_bank())[kCurveCount][256] { return defaults().curves; }
 
 ActiveToneCurves active_curves() {
-  State& s = state();
+  ToneState& s = tone();
   return {s.bank[s.curve_a], s.bank[s.curve_b]};
 }
 
@@ -251,7 +241,7 @@ CurvePair curves_for_mode(int mode) {
   }
 }
 
-std::uint8_t const (&ScreenParameterBytes())[kParameterBytes] { return state().parameters; }
+std::uint8_t const (&ScreenParameterBytes())[kParameterBytes] { return tone().parameters; }
 
 namespace {
 
@@ -312,9 +302,10 @@ int load_curve_file() {
 void apply_tone_setup(int mode, char const* parameters) {
   (void)load_curve_file();  // a missing or unreadable file leaves the bank as it was
   const CurvePair pair = curves_for_mode(mode);
-  state().curve_a = pair.a;
-  state().curve_b = pair.b;
-  parse_parameters(parameters, state().parameters);
+  ToneState& s = tone();
+  s.curve_a = pair.a;
+  s.curve_b = pair.b;
+  parse_parameters(parameters, s.parameters);
 }
 
 }  // namespace halftone

@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "frame/band_lines.h"
+#include "frame/state.h"
 #include "frame/tone_curves.h"
 #include "halftone/loaded.h"
-#include "screens/loaded/stores.h"
 #include "support/offset_reference.h"
 
 namespace halftone::test {
@@ -45,7 +45,7 @@ struct BlockModel : Serpentine<T> {
     auto pixel = [&](T t, std::uint32_t s, std::uint32_t x, std::uint32_t y, bool ltr,
                      unsigned char* o) {
       t += T(s);
-      if (kind == Kind::Half16) t += ThresholdBlockStack[s * 256 + (y % 16) * 16 + x % 16];
+      if (kind == Kind::Half16) t += stores().ThresholdBlockStack[s * 256 + (y % 16) * 16 + x % 16];
       if (t <= 128)
         model_dot(o, x);
       else
@@ -61,7 +61,7 @@ struct BlockModel : Serpentine<T> {
 TEST(BlockOffset, ScreensMatchModelOnRandomBandedJobs) {
   auto fill_blocks = [](std::mt19937& gen) {  // zero, small or any offsets
     const std::uint32_t kind = gen() % 3;
-    for (auto& v : ThresholdBlockStack)
+    for (auto& v : stores().ThresholdBlockStack)
       v = static_cast<std::int16_t>(kind == 0 ? 0 : kind == 1 ? gen() % 201 - 100 : gen());
   };
   BlockModel<std::int32_t> half{{}, Kind::Half16, {}}, random{{}, Kind::Random31, {}};
@@ -69,7 +69,7 @@ TEST(BlockOffset, ScreensMatchModelOnRandomBandedJobs) {
   compare_random_jobs(CrisixOut, std::ref(half), fill_blocks, 400, 21);
   compare_random_jobs(CrisixOut_double, std::ref(dbl), fill_blocks, 300, 22);
   compare_random_jobs(CrisixOut31, std::ref(random), fill_blocks, 400, 23);
-  std::memset(ThresholdBlockStack, 0, sizeof ThresholdBlockStack);
+  std::memset(stores().ThresholdBlockStack, 0, sizeof stores().ThresholdBlockStack);
 }
 
 // One column of a first band: the dots of each row.
@@ -85,7 +85,7 @@ std::vector<bool> run_column(ScreenFn const& screen, std::vector<unsigned char> 
 
 TEST(BlockOffset, OffsetsAndHalvesAsWorkedByHand) {
   Itsdiufiavs(0, "");
-  std::memset(ThresholdBlockStack, 0, sizeof ThresholdBlockStack);
+  std::memset(stores().ThresholdBlockStack, 0, sizeof stores().ThresholdBlockStack);
   struct Case {
     ScreenFn screen;
     std::vector<unsigned char> greys;
@@ -103,10 +103,10 @@ TEST(BlockOffset, OffsetsAndHalvesAsWorkedByHand) {
       {CrisixOut_double, {200, 156}, 0, {false, false}},
   };
   for (Case const& c : cases) {
-    ThresholdBlockStack[200 * 256 + 16] = c.offset_at_row1;
+    stores().ThresholdBlockStack[200 * 256 + 16] = c.offset_at_row1;
     EXPECT_EQ(run_column(c.screen, c.greys), c.dots);
   }
-  ThresholdBlockStack[200 * 256 + 16] = 0;
+  stores().ThresholdBlockStack[200 * 256 + 16] = 0;
 }
 
 // One column of two rows: row 0 runs right (its share down stays in line B),

@@ -3,10 +3,11 @@
 
 #include <cstring>
 
+#include "frame/data_folder.h"
+#include "frame/state.h"
 #include "halftone/loaded.h"
 #include "loaded/support.h"
 #include "screens/loaded/screens.h"
-#include "screens/loaded/stores.h"
 
 namespace halftone::test {
 namespace {
@@ -20,7 +21,7 @@ TEST(PatternLoaders, ResultCodesAndWhatTheyLeaveBehind) {
   const Bytes file = random_bytes(131072, 4);
   folder.write("p64", file);
   folder.write("short", Bytes(file.begin(), file.end() - 1));
-  std::memset(TonePatternBank, 0xEE, sizeof TonePatternBank);
+  std::memset(stores().TonePatternBank, 0xEE, sizeof stores().TonePatternBank);
   struct Case {
     char const* name;
     int width, height, code, row_bytes;
@@ -39,18 +40,18 @@ TEST(PatternLoaders, ResultCodesAndWhatTheyLeaveBehind) {
                  {"p64", 64, 64, 0, 8, false}}) {
     SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.width) + "x" +
                  std::to_string(c.height));
-    std::memset(RunHeadMasks, 0, 8);
+    std::memset(stores().RunHeadMasks, 0, 8);
     EXPECT_EQ(KaiDuaning(c.name, c.width, c.height), c.code);
-    EXPECT_EQ(PatternGeometry.width, c.width);
-    EXPECT_EQ(PatternGeometry.height, c.height);
-    EXPECT_EQ(PatternGeometry.row_bytes, c.row_bytes);
-    EXPECT_EQ(0, std::memcmp(RunHeadMasks, kHead1, 8));
-    EXPECT_EQ(TonePatternBank[0][0][0] == 0xEE, c.slots_untouched);
+    EXPECT_EQ(stores().PatternGeometry.width, c.width);
+    EXPECT_EQ(stores().PatternGeometry.height, c.height);
+    EXPECT_EQ(stores().PatternGeometry.row_bytes, c.row_bytes);
+    EXPECT_EQ(0, std::memcmp(stores().RunHeadMasks, kHead1, 8));
+    EXPECT_EQ(stores().TonePatternBank[0][0][0] == 0xEE, c.slots_untouched);
     // The short file: every slot but the last image's final row read in full.
     const int last = c.code == 0 ? 64 : 63;
     for (int n = 0; n < 256 && !c.slots_untouched; n += 85)
       for (int r = 0; r < (n == 255 ? last : 64); ++r)
-        ASSERT_EQ(0, std::memcmp(TonePatternBank[255 - n][r], &file[(n * 64 + r) * 8], 8));
+        ASSERT_EQ(0, std::memcmp(stores().TonePatternBank[255 - n][r], &file[(n * 64 + r) * 8], 8));
   }
 }
 
@@ -60,18 +61,18 @@ TEST(PatternLoaders, TwoBitLoadClearsAFixedByteCountOfTheWhiteSlot) {
   DataFolder folder;
   const Bytes file = random_bytes(256 * 64 * 16, 5);
   folder.write("p2", file);
-  std::memset(TonePatternBank2, 0xEE, sizeof TonePatternBank2);
+  std::memset(stores().TonePatternBank2, 0xEE, sizeof stores().TonePatternBank2);
   ASSERT_EQ(NingJing("p2", 64, 64), 0);
-  EXPECT_EQ(PatternGeometry.row_bytes, 16);
+  EXPECT_EQ(stores().PatternGeometry.row_bytes, 16);
   const unsigned char head2[8] = {0xFF, 0x3F, 0x0F, 0x03, 0, 0, 0, 0};
-  EXPECT_EQ(0, std::memcmp(RunHeadMasks, head2, 8));
+  EXPECT_EQ(0, std::memcmp(stores().RunHeadMasks, head2, 8));
   for (int r = 0; r < 64; ++r) {
-    const Bytes row(TonePatternBank2[255][r], TonePatternBank2[255][r] + 17);
+    const Bytes row(stores().TonePatternBank2[255][r], stores().TonePatternBank2[255][r] + 17);
     Bytes expected(file.begin() + r * 16, file.begin() + r * 16 + 16);
     expected.push_back(0xEE);
     EXPECT_EQ(row, r < 16 ? Bytes(17, 0) : expected) << r;
   }
-  EXPECT_EQ(0, std::memcmp(TonePatternBank2[254][0], &file[64 * 16], 16));
+  EXPECT_EQ(0, std::memcmp(stores().TonePatternBank2[254][0], &file[64 * 16], 16));
 }
 
 // A BMP's rows go bottom-up, `width` bytes each with the file's padding read
@@ -81,11 +82,12 @@ TEST(BmpLoaders, RowsBottomUpWithoutPaddingAndClippedToTheMatrix) {
   for (auto [w, h] : {std::pair{10, 3}, {256, 256}, {300, 2}, {4, 300}, {7, 1}}) {
     const Bytes pixels = random_bytes(std::size_t(w) * h, w);
     folder.write("m.bmp", make_bmp(w, h, pixels));
-    std::memset(ThresholdMatrix8, 0xEE, sizeof ThresholdMatrix8);
-    EXPECT_EQ(loaded::load_matrix_bmp("m.bmp"), 0);
+    std::memset(stores().ThresholdMatrix8, 0xEE, sizeof stores().ThresholdMatrix8);
+    EXPECT_EQ(loaded::load_matrix_bmp(moths_path("m.bmp").c_str()), 0);
     for (int y = 0; y < 256; ++y)
       for (int x = 0; x < 256; ++x)
-        ASSERT_EQ(ThresholdMatrix8[y][x], y < h && x < w ? pixels[(h - 1 - y) * w + x] : 0xEE)
+        ASSERT_EQ(stores().ThresholdMatrix8[y][x],
+                  y < h && x < w ? pixels[(h - 1 - y) * w + x] : 0xEE)
             << w << "x" << h << " at " << y << "," << x;
   }
 }
@@ -107,17 +109,19 @@ TEST(BmpLoaders, FailuresKeepWhatWasReadAndReturnZero) {
                  {"negative_height", 0, 0},
                  {"short_rows", ERR_FILE_READ, 3}}) {
     SCOPED_TRACE(c.name);
-    std::memset(ThresholdMatrix8, 0xEE, sizeof ThresholdMatrix8);
-    std::memset(ThresholdOffsetMatrix, 0x11, sizeof ThresholdOffsetMatrix);
+    std::memset(stores().ThresholdMatrix8, 0xEE, sizeof stores().ThresholdMatrix8);
+    std::memset(stores().ThresholdOffsetMatrix, 0x11, sizeof stores().ThresholdOffsetMatrix);
     EXPECT_EQ(PuaningFa(c.name, 0, 0), 0);
     EXPECT_EQ(PuaningFa13(c.name, 0, 0), 0);
-    EXPECT_EQ(loaded::load_offset_bmp(c.name), c.code);
-    for (int y = 0; y < 4; ++y) EXPECT_EQ(ThresholdMatrix8[y][0] != 0xEE, y >= 4 - c.rows_changed);
-    EXPECT_EQ(ThresholdOffsetMatrix[0][0] == 0x1111, c.code != 0);  // only after a complete read
+    EXPECT_EQ(loaded::load_offset_bmp(moths_path(c.name).c_str()), c.code);
+    for (int y = 0; y < 4; ++y)
+      EXPECT_EQ(stores().ThresholdMatrix8[y][0] != 0xEE, y >= 4 - c.rows_changed);
+    EXPECT_EQ(stores().ThresholdOffsetMatrix[0][0] == 0x1111,
+              c.code != 0);  // only after a complete read
   }
   // The partial third row keeps bytes 0..2 of the file's row 2.
-  EXPECT_EQ(ThresholdMatrix8[1][2], whole[54 + 1024 + 18]);
-  EXPECT_EQ(ThresholdMatrix8[1][3], 0xEE);
+  EXPECT_EQ(stores().ThresholdMatrix8[1][2], whole[54 + 1024 + 18]);
+  EXPECT_EQ(stores().ThresholdMatrix8[1][3], 0xEE);
 }
 
 // Offsets trunc((t - 127) x 0.4) cover the whole matrix, loaded or not.
@@ -129,12 +133,13 @@ TEST(BmpLoaders, OffsetsCoverTheWholeMatrix) {
   EXPECT_EQ(PuaningFa("zero.bmp", 0, 0), 0);
   EXPECT_EQ(PuaningFa13("grey.bmp", 0, 0), 0);
   for (int y = 0; y < 256; ++y)
-    for (int x = 0; x < 256; ++x) ASSERT_EQ(ThresholdOffsetMatrix[y][x], y < 8 && x < 8 ? 0 : -50);
+    for (int x = 0; x < 256; ++x)
+      ASSERT_EQ(stores().ThresholdOffsetMatrix[y][x], y < 8 && x < 8 ? 0 : -50);
   EXPECT_EQ(PuaningFa13("noise.bmp", 0, 0), 0);
   for (int y = 0; y < 256; ++y)
     for (int x = 0; x < 256; ++x)
-      ASSERT_EQ(ThresholdOffsetMatrix[y][x],
-                static_cast<int>((ThresholdMatrix8[y][x] - 127) * 0.4));
+      ASSERT_EQ(stores().ThresholdOffsetMatrix[y][x],
+                static_cast<int>((stores().ThresholdMatrix8[y][x] - 127) * 0.4));
 }
 
 // Numbers fill block n / 256 column by column; spaces and carriage returns
@@ -162,15 +167,17 @@ TEST(BlockLoader, TokensAndPositions) {
   for (Case const& c : cases) {
     SCOPED_TRACE(c.text.substr(0, 40));
     folder.write("blocks.txt", Bytes(c.text.begin(), c.text.end()));
-    std::fill(std::begin(ThresholdBlockStack), std::end(ThresholdBlockStack), std::int16_t{77});
+    std::fill(std::begin(stores().ThresholdBlockStack), std::end(stores().ThresholdBlockStack),
+              std::int16_t{77});
     EXPECT_EQ(NiceMents("blocks.txt", 0, 0), 0);
-    for (auto [index, value] : c.entries) EXPECT_EQ(ThresholdBlockStack[index], value) << index;
+    for (auto [index, value] : c.entries)
+      EXPECT_EQ(stores().ThresholdBlockStack[index], value) << index;
   }
-  ThresholdBlockStack[5] = 99;  // neither a missing file nor PuaningFaAM changes it
-  EXPECT_EQ(loaded::load_blocks("missing.txt"), ERR_FILE_OPEN);
+  stores().ThresholdBlockStack[5] = 99;  // neither a missing file nor PuaningFaAM changes it
+  EXPECT_EQ(loaded::load_blocks(moths_path("missing.txt").c_str()), ERR_FILE_OPEN);
   EXPECT_EQ(NiceMents("missing.txt", 0, 0), 0);
   EXPECT_EQ(PuaningFaAM("blocks.txt", 1, 2), 0);
-  EXPECT_EQ(ThresholdBlockStack[5], 99);
+  EXPECT_EQ(stores().ThresholdBlockStack[5], 99);
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 
 #include <span>
 
+#include "frame/state.h"
 #include "halftone/loaded.h"
 #include "loaded/support.h"
-#include "screens/loaded/stores.h"
 
 namespace halftone::test {
 namespace {
@@ -84,14 +84,16 @@ TEST(PatternScreens, FollowTheRunWalkAfterEitherLoader) {
                     {2, 256, 256},
                     {2, 200, 256},
                     {2, 100, 3}}) {
-    for (auto& b : std::span(&TonePatternBank[0][0][0], sizeof TonePatternBank)) b = gen() & 255;
-    for (auto& b : std::span(&TonePatternBank2[0][0][0], sizeof TonePatternBank2)) b = gen() & 255;
+    for (auto& b : std::span(&stores().TonePatternBank[0][0][0], sizeof stores().TonePatternBank))
+      b = gen() & 255;
+    for (auto& b : std::span(&stores().TonePatternBank2[0][0][0], sizeof stores().TonePatternBank2))
+      b = gen() & 255;
     const std::uint32_t row_bytes = load.width * load.bits / 8;
     folder.write("pat", random_bytes(256u * load.height * row_bytes, gen()));
     ASSERT_EQ((load.bits == 1 ? KaiDuaning : NingJing)("pat", load.width, load.height), 0);
     const std::uint32_t tile_w = load.width, tile_h = load.height;
-    const Walk geometry{&TonePatternBank[0][0][0],
-                        sizeof TonePatternBank,
+    const Walk geometry{&stores().TonePatternBank[0][0][0],
+                        sizeof stores().TonePatternBank,
                         8192,
                         32,
                         tile_w,
@@ -99,8 +101,8 @@ TEST(PatternScreens, FollowTheRunWalkAfterEitherLoader) {
                         row_bytes,
                         8,
                         load.bits},
-        fixed{&TonePatternBank[0][0][0],
-              sizeof TonePatternBank,
+        fixed{&stores().TonePatternBank[0][0][0],
+              sizeof stores().TonePatternBank,
               8192,
               32,
               256,
@@ -108,8 +110,8 @@ TEST(PatternScreens, FollowTheRunWalkAfterEitherLoader) {
               32,
               8,
               load.bits},
-        fixed2{&TonePatternBank2[0][0][0],
-               sizeof TonePatternBank2,
+        fixed2{&stores().TonePatternBank2[0][0][0],
+               sizeof stores().TonePatternBank2,
                16384,
                64,
                256,

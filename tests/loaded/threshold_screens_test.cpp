@@ -5,10 +5,10 @@
 #include <span>
 
 #include "frame/band_lines.h"
+#include "frame/state.h"
 #include "halftone/loaded.h"
 #include "loaded/support.h"
 #include "screens/loaded/screens.h"
-#include "screens/loaded/stores.h"
 
 namespace halftone::test {
 namespace {
@@ -20,13 +20,14 @@ using loaded::ClusterMatrixB;
 // matrix whose grey below 2T - 1 is inked.
 bool threshold_dot(std::uint8_t const* cluster, unsigned v, std::uint32_t x, std::uint32_t y,
                    std::uint32_t p) {
-  if (!cluster) return v <= ThresholdMatrix8[(y + 16 * p) % 256][(x + 16 * p) % 256];
+  if (!cluster) return v <= stores().ThresholdMatrix8[(y + 16 * p) % 256][(x + 16 * p) % 256];
   return static_cast<int>(v) < 2 * cluster[(y % 16) * 16 + x % 16] - 1;
 }
 
 TEST(ThresholdScreens, MatchPlainThresholdsOnRandomPages) {
   std::mt19937 gen(31);
-  for (auto& t : std::span(&ThresholdMatrix8[0][0], sizeof ThresholdMatrix8)) t = gen() & 255;
+  for (auto& t : std::span(&stores().ThresholdMatrix8[0][0], sizeof stores().ThresholdMatrix8))
+    t = gen() & 255;
   const std::pair<ScreenFn, std::uint8_t const*> screens[] = {
       {WindowText, nullptr}, {WindowTextAM1, ClusterMatrixA}, {WindowTextAM, ClusterMatrixB}};
   for (int i = 0; i < 300; ++i) {

@@ -11,7 +11,6 @@ namespace halftone::test {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-using matrix::DitherMatrix16;
 
 // The recursive matrix in closed form: bit b of the row and column picks the
 // quadrant digit (0, 2 / 3, 1) of weight 4^(3 - b).
@@ -34,12 +33,12 @@ TEST(OrderedDither, MatrixIsTheRecursivePermutation) {
   EXPECT_EQ(dither(src, 20, 5, 2), Bytes(dot_stride(20) * 10, 0));
   EXPECT_EQ(SincesKai(), 0);
   EXPECT_EQ(SincesKai(), 0);
-  for (int i = 0; i < 256; ++i) EXPECT_EQ(DitherMatrix16[i], bayer(i / 16, i % 16)) << i;
+  for (int i = 0; i < 256; ++i) EXPECT_EQ(matrix::dither_matrix()[i], bayer(i / 16, i % 16)) << i;
   const int row8[16] = {3, 131, 35, 163, 11, 139, 43, 171, 1, 129, 33, 161, 9, 137, 41, 169};
-  EXPECT_TRUE(std::equal(row8, row8 + 16, DitherMatrix16 + 128));
-  EXPECT_EQ(DitherMatrix16[1], 128);
-  EXPECT_EQ(DitherMatrix16[16], 192);
-  EXPECT_EQ(DitherMatrix16[255], 85);
+  EXPECT_TRUE(std::equal(row8, row8 + 16, matrix::dither_matrix() + 128));
+  EXPECT_EQ(matrix::dither_matrix()[1], 128);
+  EXPECT_EQ(matrix::dither_matrix()[16], 192);
+  EXPECT_EQ(matrix::dither_matrix()[255], 85);
 }
 
 TEST(OrderedDither, MatchesThePlainModelOnRandomPages) {

@@ -7,9 +7,9 @@
 
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
+#include "frame/state.h"
 #include "halftone/loaded.h"
 #include "halftone/matrix.h"
-#include "screens/loaded/stores.h"
 #include "support/offset_reference.h"
 
 namespace halftone::test {
@@ -27,16 +27,16 @@ class BandsTest : public ::testing::TestWithParam<Screen> {
   void SetUp() override {
     Itsdiufiavs(4, "");
     std::mt19937 gen(5);
-    for (auto& row : ThresholdOffsetMatrix)
+    for (auto& row : stores().ThresholdOffsetMatrix)
       for (auto& v : row) v = static_cast<std::int16_t>(gen() % 102) - 50;
-    for (auto& v : ThresholdBlockStack) v = static_cast<std::int16_t>(gen() % 201) - 100;
+    for (auto& v : stores().ThresholdBlockStack) v = static_cast<std::int16_t>(gen() % 201) - 100;
     pin_seed_time(4242);
   }
   void TearDown() override {
     unpin_seed_time();
     Itsdiufiavs(0, "");
-    std::memset(ThresholdOffsetMatrix, 0, sizeof ThresholdOffsetMatrix);
-    std::memset(ThresholdBlockStack, 0, sizeof ThresholdBlockStack);
+    std::memset(stores().ThresholdOffsetMatrix, 0, sizeof stores().ThresholdOffsetMatrix);
+    std::memset(stores().ThresholdBlockStack, 0, sizeof stores().ThresholdBlockStack);
   }
   // One call, the generator reseeded first so that a sequence that runs on
   // across bands draws as on a first band.

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "frame/band_lines.h"
+#include "frame/state.h"
 #include "frame/tone_curves.h"
 #include "halftone/matrix.h"
-#include "screens/loaded/stores.h"
 #include "support/offset_reference.h"
 
 namespace halftone::test {
@@ -67,7 +67,7 @@ struct OffsetModel : Serpentine<std::int32_t> {
     };
     run(src, out, w, h, planes, band, codes ? dot2_stride(w) : dot_stride(w), pixel,
         [&](std::uint32_t y, std::uint32_t x) {
-          return random ? 0 : std::int32_t{ThresholdOffsetMatrix[y % 240][x % 240]};
+          return random ? 0 : std::int32_t{stores().ThresholdOffsetMatrix[y % 240][x % 240]};
         });
   }
 };
@@ -75,7 +75,7 @@ struct OffsetModel : Serpentine<std::int32_t> {
 // Zero, printable (the loader's -50..51) or full-range 16-bit offsets.
 void fill_offsets(std::mt19937& gen) {
   const std::uint32_t kind = gen() % 3;
-  for (auto& row : ThresholdOffsetMatrix)
+  for (auto& row : stores().ThresholdOffsetMatrix)
     for (auto& v : row)
       v = kind == 0   ? 0
           : kind == 1 ? static_cast<std::int16_t>(gen() % 102) - 50
@@ -100,7 +100,7 @@ TEST(OffsetMatrix, MatchesModelOnRandomBandedJobs) {
   compare_random_jobs(Kaocosyx10, std::ref(random), fill_offsets, 400, 12);
   compare_random_jobs(Kaocosyx13, std::ref(matrix2), levels, 300, 13, 2);
   compare_random_jobs(Kaocosyx14, std::ref(random2), levels, 300, 14, 2);
-  std::memset(ThresholdOffsetMatrix, 0, sizeof ThresholdOffsetMatrix);
+  std::memset(stores().ThresholdOffsetMatrix, 0, sizeof stores().ThresholdOffsetMatrix);
 }
 
 // Hand-worked single-plane calls in tone mode 0 (no noise), the matrix zero
@@ -137,10 +137,10 @@ TEST(OffsetMatrix, HandWorkedCalls) {
     std::vector<unsigned char> src(std::size_t{source_stride(c.w)} * h), out(dot_stride(c.w) * h);
     for (std::uint32_t i = 0; i < c.w * h; ++i)
       src[i / c.w * source_stride(c.w) + i % c.w] = c.pixels[i];
-    ThresholdOffsetMatrix[c.mark[0]][c.mark[1]] = static_cast<std::int16_t>(c.mark[2]);
+    stores().ThresholdOffsetMatrix[c.mark[0]][c.mark[1]] = static_cast<std::int16_t>(c.mark[2]);
     Kaocosyx1(src.data(), out.data(), static_cast<int>(c.w), static_cast<int>(h),
               make_control(1, c.band));
-    ThresholdOffsetMatrix[c.mark[0]][c.mark[1]] = 0;
+    stores().ThresholdOffsetMatrix[c.mark[0]][c.mark[1]] = 0;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> dots;
     for (std::uint32_t i = 0; i < c.w * h; ++i)
       if (bit_at(out.data() + i / c.w * dot_stride(c.w), i % c.w))

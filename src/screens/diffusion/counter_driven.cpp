@@ -4,23 +4,18 @@
 #include <vector>
 
 #include "frame/band_engine.h"
+#include "frame/state.h"
 #include "screens/diffusion/rules.h"
 #include "screens/diffusion/screens.h"
 
 namespace halftone::diffusion {
 namespace {
 
-struct Cycle {
-  std::int32_t counter = 0;
-  std::uint32_t right_to_left = 0;
-};
+using Cycle = PlaneCycle;
 
-// Process-wide, one entry a plane (any number of planes), cleared on a first
-// band and kept otherwise.
-std::vector<Cycle>& cycles() {
-  static std::vector<Cycle> state;
-  return state;
-}
+// One entry a plane (any number of planes), cleared on a first band and kept
+// otherwise.
+std::vector<Cycle>& cycles() { return state().cycles; }
 
 // Ordinary pixels send ahead on 7-12 and below on 0-6; a row end keeps its
 // error (below) only on 0-5; the last row carries on 0-5 and sends ahead on

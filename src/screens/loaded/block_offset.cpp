@@ -3,14 +3,14 @@
 // precision, and the random-split member that shares their frame.
 #include "screens/loaded/block_offset.h"
 
+#include <type_traits>
+
 #include "frame/band_engine.h"
 #include "frame/band_lines.h"
+#include "frame/state.h"
 #include "frame/tone_curves.h"
-#include "screens/loaded/stores.h"
 
 namespace halftone::loaded {
-
-double const BlockOffsetDouble[65536] = {};
 
 namespace {
 
@@ -46,18 +46,20 @@ struct BlockFrame : engine::PolicyBase<T> {
 constexpr std::int32_t halve(std::int32_t t) { return t / 2; }
 constexpr double halve(double t) { return t * 0.5; }
 
-// Offset by grey and tile position, then half along and the rest down.
+// Offset by grey and tile position, then half along and the rest down. The
+// double-precision screen's own offset table is never filled by any loader:
+// every offset is 0, and adding 0.0 changes no value, so it adds none.
 template <class T>
 struct HalfSplit : BlockFrame<T> {
   using Acc = typename BlockFrame<T>::Acc;
-  T const* offsets;
-
-  explicit HalfSplit(T const* table) : offsets(table) {}
+  static constexpr bool kOffsets = !std::is_floating_point_v<T>;
+  T const* offsets = nullptr;
 
   template <Dir D, Role R>
   engine::Shares<Acc> pixel(T v, Pixel px, engine::RowOut<1>& out, FeedbackRandom&) {
     Acc t = static_cast<Acc>(v) + static_cast<Acc>(px.s);
-    t = this->quantise(t + static_cast<Acc>(offsets[this->offset_index(px)]), px.x, out);
+    if constexpr (kOffsets) t += static_cast<Acc>(offsets[this->offset_index(px)]);
+    t = this->quantise(t, px.x, out);
     const Acc h = halve(t);
     return {h, t - h};
   }
@@ -104,13 +106,14 @@ struct RandomSplit : BlockFrame<std::int16_t> {
 
 int block_offset(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                  std::uint32_t height, std::uint32_t control) {
-  HalfSplit<std::int16_t> policy(ThresholdBlockStack);
+  HalfSplit<std::int16_t> policy;
+  policy.offsets = stores().ThresholdBlockStack;
   return engine::screen(policy, shared_lines(), source, dots, width, height, control);
 }
 
 int block_offset_double(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                         std::uint32_t height, std::uint32_t control) {
-  HalfSplit<double> policy(BlockOffsetDouble);
+  HalfSplit<double> policy;
   return engine::screen(policy, block_offset_double_lines(), source, dots, width, height, control);
 }
 

@@ -15,8 +15,4 @@ int block_offset_double(unsigned char const* source, unsigned char* dots, std::u
 int block_random_split(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                        std::uint32_t height, std::uint32_t control);
 
-// The double-precision screen's offsets: indexed as the threshold blocks, never
-// filled by any loader, so all zero.
-extern double const BlockOffsetDouble[65536];
-
 }  // namespace halftone::loaded

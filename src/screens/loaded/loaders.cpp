@@ -11,11 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "frame/data_folder.h"
 #include "frame/layout.h"
+#include "frame/state.h"
 #include "halftone/export.h"
 #include "screens/loaded/screens.h"
-#include "screens/loaded/stores.h"
 
 namespace halftone::loaded {
 namespace {
@@ -25,13 +24,12 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-// A missing or null name, or one that names a folder, cannot be opened.
-File open_data_file(char const* name) {
-  if (name == nullptr) return nullptr;
-  const std::string path = moths_path(name);
+// A null path, or one that names a folder, cannot be opened.
+File open_data_file(char const* path) {
+  if (path == nullptr) return nullptr;
   std::error_code ignored;
   if (std::filesystem::is_directory(path, ignored)) return nullptr;
-  return File(std::fopen(path.c_str(), "rb"));
+  return File(std::fopen(path, "rb"));
 }
 
 // A pattern file's layout in its bank.
@@ -44,18 +42,24 @@ struct PatternBank {
   std::uint8_t tail[8];
 };
 
-const PatternBank kOneBit = {&TonePatternBank[0][0][0],
-                             sizeof TonePatternBank[0],
-                             sizeof TonePatternBank[0][0],
-                             1,
-                             {0xFF, 0x7F, 0x3F, 0x1F, 0x0F, 0x07, 0x03, 0x01},
-                             {0x00, 0x80, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC, 0xFE}};
-const PatternBank kTwoBit = {&TonePatternBank2[0][0][0],
-                             sizeof TonePatternBank2[0],
-                             sizeof TonePatternBank2[0][0],
-                             2,
-                             {0xFF, 0x3F, 0x0F, 0x03, 0x00, 0x00, 0x00, 0x00},
-                             {0x00, 0xC0, 0xF0, 0xFC, 0xFF, 0xFF, 0xFF, 0xFF}};
+PatternBank one_bit_bank() {
+  LoadedStores& s = stores();
+  return {&s.TonePatternBank[0][0][0],
+          sizeof s.TonePatternBank[0],
+          sizeof s.TonePatternBank[0][0],
+          1,
+          {0xFF, 0x7F, 0x3F, 0x1F, 0x0F, 0x07, 0x03, 0x01},
+          {0x00, 0x80, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC, 0xFE}};
+}
+PatternBank two_bit_bank() {
+  LoadedStores& s = stores();
+  return {&s.TonePatternBank2[0][0][0],
+          sizeof s.TonePatternBank2[0],
+          sizeof s.TonePatternBank2[0][0],
+          2,
+          {0xFF, 0x3F, 0x0F, 0x03, 0x00, 0x00, 0x00, 0x00},
+          {0x00, 0xC0, 0xF0, 0xFC, 0xFF, 0xFF, 0xFF, 0xFF}};
+}
 
 // The file lists 256 images from grey 255 down to grey 0, each `height` rows
 // of row-bytes bytes. The masks and the geometry change before the file is
@@ -63,16 +67,16 @@ const PatternBank kTwoBit = {&TonePatternBank2[0][0][0],
 // start of the white slot: row bytes x height bytes at a 64-byte row pitch,
 // so only the first (row bytes x height) / 64 storage rows when the rows are
 // shorter than 64 bytes.
-int load_patterns(PatternBank const& bank, char const* name, std::int32_t width,
+int load_patterns(PatternBank const& bank, char const* path, std::int32_t width,
                   std::int32_t height, bool clear_white) {
-  std::memcpy(RunHeadMasks, bank.head, sizeof RunHeadMasks);
-  std::memcpy(RunTailMasks, bank.tail, sizeof RunTailMasks);
+  std::memcpy(stores().RunHeadMasks, bank.head, sizeof stores().RunHeadMasks);
+  std::memcpy(stores().RunTailMasks, bank.tail, sizeof stores().RunTailMasks);
   // The 32-bit host's arithmetic: the product wraps, the division truncates.
   const std::int32_t row_bytes =
       static_cast<std::int32_t>(static_cast<std::uint32_t>(width) * bank.bits) / 8;
-  PatternGeometry = {width, height, row_bytes};
+  stores().PatternGeometry = {width, height, row_bytes};
 
-  File file = open_data_file(name);
+  File file = open_data_file(path);
   if (!file) return ERR_FILE_OPEN;
   // A pattern that does not fit the bank is refused before any slot changes.
   if (width < 0 || width > 256 || height < 0 || height > 256) return ERR_LOAD_FAULT;
@@ -112,9 +116,9 @@ std::uint32_t le32(std::uint8_t const* p) {
 
 // Rows are stored bottom-up, `width` bytes each with no row padding skipped.
 // Returns the load's code; `complete` says whether every row was read.
-int load_bmp(char const* name, bool& complete) {
+int load_bmp(char const* path, bool& complete) {
   complete = false;
-  File file = open_data_file(name);
+  File file = open_data_file(path);
   if (!file) return ERR_FILE_OPEN;
   std::uint8_t file_header[14];
   std::uint8_t info_header[40];
@@ -132,7 +136,8 @@ int load_bmp(char const* name, bool& complete) {
   if (width != 0)
     for (std::int32_t i = 0; i < height; ++i) {
       const std::int32_t y = height - 1 - i;
-      if (!placed || !read_bmp_row(file.get(), y < 256 ? ThresholdMatrix8[y] : nullptr, width))
+      if (!placed ||
+          !read_bmp_row(file.get(), y < 256 ? stores().ThresholdMatrix8[y] : nullptr, width))
         return ERR_FILE_READ;
     }
   complete = true;
@@ -157,29 +162,30 @@ constexpr std::size_t kTokenLimit = 19;
 
 }  // namespace
 
-int load_patterns1(char const* name, std::int32_t width, std::int32_t height) {
-  return load_patterns(kOneBit, name, width, height, false);
+int load_patterns1(char const* path, std::int32_t width, std::int32_t height) {
+  return load_patterns(one_bit_bank(), path, width, height, false);
 }
 
-int load_patterns2(char const* name, std::int32_t width, std::int32_t height) {
-  return load_patterns(kTwoBit, name, width, height, true);
+int load_patterns2(char const* path, std::int32_t width, std::int32_t height) {
+  return load_patterns(two_bit_bank(), path, width, height, true);
 }
 
-int load_matrix_bmp(char const* name) {
+int load_matrix_bmp(char const* path) {
   bool complete = false;
-  return load_bmp(name, complete);
+  return load_bmp(path, complete);
 }
 
 // After a complete read, every entry of the whole 256 x 256 matrix, loaded
 // or not, becomes trunc((t - 127) x 0.4): -50 for 0, 0 for 127, 51 for 255.
-int load_offset_bmp(char const* name) {
+int load_offset_bmp(char const* path) {
   bool complete = false;
-  const int code = load_bmp(name, complete);
+  const int code = load_bmp(path, complete);
   if (complete)
     for (std::size_t y = 0; y < 256; ++y)
       for (std::size_t x = 0; x < 256; ++x) {
-        const double scaled = static_cast<double>(ThresholdMatrix8[y][x] - 127) * 0.4;
-        ThresholdOffsetMatrix[y][x] = static_cast<std::int16_t>(static_cast<std::int32_t>(scaled));
+        const double scaled = static_cast<double>(stores().ThresholdMatrix8[y][x] - 127) * 0.4;
+        stores().ThresholdOffsetMatrix[y][x] =
+            static_cast<std::int16_t>(static_cast<std::int32_t>(scaled));
       }
   return code;
 }
@@ -189,8 +195,8 @@ int load_offset_bmp(char const* name) {
 // at, so a number needs a separator after it and one more byte. The n-th
 // number goes to block n / 256, row (n / 16) mod 16, column n mod 16, stored
 // column by column.
-int load_blocks(char const* name) {
-  File file = open_data_file(name);
+int load_blocks(char const* path) {
+  File file = open_data_file(path);
   if (!file) return ERR_FILE_OPEN;
   if (std::fseek(file.get(), 0, SEEK_END) != 0) return ERR_FILE_READ;
   const long end = std::ftell(file.get());
@@ -205,7 +211,8 @@ int load_blocks(char const* name) {
   if (std::fread(text.data(), 1, size, file.get()) != size) return ERR_FILE_READ;
   file.reset();
 
-  std::fill(std::begin(ThresholdBlockStack), std::end(ThresholdBlockStack), std::int16_t{0});
+  std::fill(std::begin(stores().ThresholdBlockStack), std::end(stores().ThresholdBlockStack),
+            std::int16_t{0});
   std::size_t count = 0;
   std::size_t start = 0;
   std::size_t length = 0;
@@ -216,9 +223,10 @@ int load_blocks(char const* name) {
       continue;
     }
     if (length == 0) continue;
-    if (count < std::size(ThresholdBlockStack)) {
+    if (count < std::size(stores().ThresholdBlockStack)) {
       const std::size_t slot = count / 256 * 256 + count % 16 * 16 + count / 16 % 16;
-      ThresholdBlockStack[slot] = token_value(text.data() + start, std::min(length, kTokenLimit));
+      stores().ThresholdBlockStack[slot] =
+          token_value(text.data() + start, std::min(length, kTokenLimit));
     }
     ++count;
     length = 0;

@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "frame/layout.h"
+#include "frame/state.h"
 #include "screens/loaded/screens.h"
-#include "screens/loaded/stores.h"
 
 namespace halftone::loaded {
 namespace {
@@ -72,8 +72,8 @@ class RowRenderer {
     const std::uint64_t k = px0 & kInByte;
     if (k != 0) {
       // The run starts inside a byte: merge with the bits already placed.
-      auto b = static_cast<std::uint8_t>(carry_ | (prow[px0 >> Shift] & RunHeadMasks[k]));
-      if (len < static_cast<std::int64_t>(kPerByte - k)) b &= RunTailMasks[k + len];
+      auto b = static_cast<std::uint8_t>(carry_ | (prow[px0 >> Shift] & stores().RunHeadMasks[k]));
+      if (len < static_cast<std::int64_t>(kPerByte - k)) b &= stores().RunTailMasks[k + len];
       out_[x0 >> Shift] = b;
       carry_ = b;
       x0 += kPerByte - k;
@@ -102,7 +102,7 @@ class RowRenderer {
     // is not a multiple of 8) and the run ends the row; nothing is written
     // there, as the row has no further runs to merge with it.
     carry_ = static_cast<std::uint8_t>(prow[tile_.row_bytes(end >> Shift)] &
-                                       RunTailMasks[end & kInByte]);
+                                       stores().RunTailMasks[end & kInByte]);
     const std::uint64_t at = (x0 + rest) >> Shift;
     if (at < out_bytes_) out_[at] = carry_;
   }
@@ -150,7 +150,7 @@ PatternTile fixed_tile(std::uint8_t const* bank, std::size_t bank_size, std::siz
 // nothing: the output is cleared and the call returns 0.
 int geometry_pattern_screen(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                             std::uint32_t height, std::uint32_t control) {
-  const PatternGeometryStore g = PatternGeometry;
+  const PatternGeometryStore g = stores().PatternGeometry;
   const bool usable = g.width >= 1 && g.width <= 256 && g.height >= 1 && g.height <= 256 &&
                       g.row_bytes >= 1 && g.row_bytes <= 64;
   if (!usable) {
@@ -158,10 +158,10 @@ int geometry_pattern_screen(unsigned char const* source, unsigned char* dots, st
     clear_output(dots, ctl.planes, dot_stride(width), height);
     return 0;
   }
-  const PatternTile tile = {&TonePatternBank[0][0][0],
-                            sizeof TonePatternBank,
-                            sizeof TonePatternBank[0],
-                            sizeof TonePatternBank[0][0],
+  const PatternTile tile = {&stores().TonePatternBank[0][0][0],
+                            sizeof stores().TonePatternBank,
+                            sizeof stores().TonePatternBank[0],
+                            sizeof stores().TonePatternBank[0][0],
                             Modulus(static_cast<std::uint32_t>(g.width)),
                             Modulus(static_cast<std::uint32_t>(g.height)),
                             Modulus(static_cast<std::uint32_t>(g.row_bytes))};
@@ -170,17 +170,17 @@ int geometry_pattern_screen(unsigned char const* source, unsigned char* dots, st
 
 int fixed_pattern_screen(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                          std::uint32_t height, std::uint32_t control) {
-  static const PatternTile tile =
-      fixed_tile(&TonePatternBank[0][0][0], sizeof TonePatternBank, sizeof TonePatternBank[0],
-                 sizeof TonePatternBank[0][0]);
+  const PatternTile tile =
+      fixed_tile(&stores().TonePatternBank[0][0][0], sizeof stores().TonePatternBank,
+                 sizeof stores().TonePatternBank[0], sizeof stores().TonePatternBank[0][0]);
   return pattern_screen<3>(tile, source, dots, width, height, control);
 }
 
 int fixed_pattern2_screen(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                           std::uint32_t height, std::uint32_t control) {
-  static const PatternTile tile =
-      fixed_tile(&TonePatternBank2[0][0][0], sizeof TonePatternBank2, sizeof TonePatternBank2[0],
-                 sizeof TonePatternBank2[0][0]);
+  const PatternTile tile =
+      fixed_tile(&stores().TonePatternBank2[0][0][0], sizeof stores().TonePatternBank2,
+                 sizeof stores().TonePatternBank2[0], sizeof stores().TonePatternBank2[0][0]);
   return pattern_screen<2>(tile, source, dots, width, height, control);
 }
 

@@ -5,17 +5,20 @@
 
 namespace halftone::loaded {
 
+// The loaders read the file at `path` (null: a file that cannot be opened);
+// the exported loaders look their names up in the data folder's Moths/.
+//
 // Pattern banks. Return 0 or ERR_FILE_OPEN / ERR_FILE_READ / ERR_LOAD_FAULT.
-int load_patterns1(char const* name, std::int32_t width, std::int32_t height);
-int load_patterns2(char const* name, std::int32_t width, std::int32_t height);
+int load_patterns1(char const* path, std::int32_t width, std::int32_t height);
+int load_patterns2(char const* path, std::int32_t width, std::int32_t height);
 
 // Threshold matrix from an 8-bit BMP; the offset variant also derives the
 // signed offsets. Threshold blocks from a text file. These return the code the
 // load came to (0, ERR_FILE_OPEN, ERR_FILE_READ, ERR_NO_MEMORY); the exported
 // loaders drop it and return 0.
-int load_matrix_bmp(char const* name);
-int load_offset_bmp(char const* name);
-int load_blocks(char const* name);
+int load_matrix_bmp(char const* path);
+int load_offset_bmp(char const* path);
+int load_blocks(char const* path);
 
 // Pattern screens. The one-bit fixed-tile screen serves both exported names
 // of the byte-loop and block-copy forms, whose output is the same.

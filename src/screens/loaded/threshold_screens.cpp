@@ -5,9 +5,9 @@
 
 #include "frame/band_lines.h"
 #include "frame/layout.h"
+#include "frame/state.h"
 #include "halftone/export.h"
 #include "screens/loaded/screens.h"
-#include "screens/loaded/stores.h"
 #include "screens/loaded/threshold_rows.h"
 
 namespace halftone::loaded {
@@ -56,10 +56,7 @@ namespace {
 
 // Per-plane row counts of the clustered screens; they only accumulate. The
 // table grows to the largest plane count seen.
-std::vector<std::uint32_t>& row_counters() {
-  static std::vector<std::uint32_t> counters;
-  return counters;
-}
+std::vector<std::uint32_t>& row_counters() { return state().row_counters; }
 
 void count_rows(std::size_t plane, std::uint32_t height) {
   std::vector<std::uint32_t>& counters = row_counters();
@@ -90,7 +87,7 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
   for (std::size_t p = 0; p < planes; ++p) {
     const std::uint32_t shift = static_cast<std::uint32_t>(p) * 16u;
     for (std::uint32_t y = 0; y < height; ++y) {
-      std::uint8_t const* thresholds = ThresholdMatrix8[(shift + y) & 255u];
+      std::uint8_t const* thresholds = stores().ThresholdMatrix8[(shift + y) & 255u];
       threshold_row(src.row(p, y), out.row(p, y), width,
                     [thresholds, shift](std::uint8_t v, std::uint32_t x) {
                       return v <= thresholds[(x + shift) & 255u];

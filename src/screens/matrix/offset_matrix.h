@@ -16,8 +16,8 @@
 #include <cstdint>
 
 #include "frame/band_engine.h"
+#include "frame/state.h"
 #include "frame/tone_curves.h"
-#include "screens/loaded/stores.h"
 
 namespace halftone::matrix {
 
@@ -65,16 +65,17 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   ActiveToneCurves curves = active_curves();
   // Matrix row of the row below the one being screened: rows count from the
   // call's first row, so the phase restarts with every band and plane.
-  std::int16_t const* below_row = ThresholdOffsetMatrix[1];
+  std::int16_t const (*offsets)[256] = stores().ThresholdOffsetMatrix;
+  std::int16_t const* below_row = offsets[1];
 
   static constexpr unsigned kBits = Quantiser::kBits;
 
   Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) {
-    below_row = ThresholdOffsetMatrix[(r + 1) % kOffsetTile];
+    below_row = offsets[(r + 1) % kOffsetTile];
     return (r & 1u) ? Dir::Rtl : Dir::Ltr;
   }
   Acc first_row_base(std::uint32_t x) const {
-    if constexpr (kMatrix) return ThresholdOffsetMatrix[0][x % kOffsetTile];
+    if constexpr (kMatrix) return offsets[0][x % kOffsetTile];
     return 0;
   }
   Acc below_base(std::uint32_t x, std::uint32_t /*y*/) const {

@@ -3,11 +3,12 @@
 #include <cstddef>
 
 #include "frame/layout.h"
+#include "frame/state.h"
 #include "screens/loaded/threshold_rows.h"
 
 namespace halftone::matrix {
 
-std::uint8_t DitherMatrix16[256];
+std::uint8_t* dither_matrix() { return state().dither_matrix; }
 
 namespace {
 
@@ -31,7 +32,7 @@ int build_dither_matrix() {
   std::uint8_t order8[64];
   double_order(seed, 2, order4);
   double_order(order4, 4, order8);
-  double_order(order8, 8, DitherMatrix16);
+  double_order(order8, 8, dither_matrix());
   return 0;
 }
 
@@ -39,9 +40,10 @@ int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32
                    std::uint32_t height, std::uint32_t control) {
   const auto [planes, src, out] =
       PlaneCall(source, dots, width, height, control, dot_stride(width));
+  std::uint8_t const* const matrix = dither_matrix();
   for (std::size_t p = 0; p < planes; ++p)
     for (std::uint32_t y = 0; y < height; ++y) {
-      std::uint8_t const* thresholds = DitherMatrix16 + (y & 15u) * 16u;
+      std::uint8_t const* thresholds = matrix + (y & 15u) * 16u;
       threshold_row(
           src.row(p, y), out.row(p, y), width,
           [thresholds](std::uint8_t v, std::uint32_t x) { return v < thresholds[x & 15u]; });

@@ -5,7 +5,7 @@
 namespace halftone::matrix {
 
 // 16 rows of 16 thresholds, row-major; all zero until build_dither_matrix().
-extern std::uint8_t DitherMatrix16[256];
+std::uint8_t* dither_matrix();
 
 // Builds DitherMatrix16 from the order-2 seed by doubling its order three
 // times. Returns 0.
