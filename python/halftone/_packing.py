@@ -1,0 +1,81 @@
+"""Codes to and from the library's packed rows.
+
+The library writes 1, 2 or 4 bits a pixel, the leftmost pixel in the most
+significant bits, each row padded with zero bits to a multiple of 32 bits.
+With P planes the rows are line-interleaved: row r of plane p is packed row
+r * P + p.
+"""
+import numpy as np
+
+_BITS = (1, 2, 4, 8)
+
+
+def _check_bits(bits):
+    if bits not in _BITS:
+        raise ValueError(f"bits must be 1, 2 or 4 (8 for source rows), not {bits!r}")
+
+
+def row_bytes(width, bits):
+    """Bytes of one packed row of ``width`` pixels at ``bits`` a pixel (rows padded to 32 bits)."""
+    _check_bits(bits)
+    if int(width) < 0:
+        raise ValueError(f"width must not be negative, not {width}")
+    return ((int(width) * bits + 31) >> 3) & ~3
+
+
+def pack(codes, bits):
+    """Packs codes into the library's rows.
+
+    ``codes``: integer array H x W (one plane) or P x H x W, every value below
+    ``2 ** bits``. Returns a uint8 array of shape (H * P) x row_bytes(W, bits):
+    the rows as the library writes them, planes line-interleaved, so that
+    ``pack(...).tobytes()`` is the page in the library's raw layout.
+    """
+    _check_bits(bits)
+    codes = np.asarray(codes)
+    if codes.ndim not in (2, 3):
+        raise ValueError(f"codes must be H x W or P x H x W, not of shape {codes.shape}")
+    if codes.dtype.kind not in "iub":
+        raise ValueError(f"codes must be integers, not {codes.dtype}")
+    if codes.size and (codes.min() < 0 or codes.max() >= 1 << bits):
+        raise ValueError(f"codes {codes.min()}..{codes.max()} do not fit in {bits} bits")
+    planes = codes[np.newaxis] if codes.ndim == 2 else codes
+    count, height, width = planes.shape
+    rows = planes.transpose(1, 0, 2).reshape(height * count, width).astype(np.uint8)
+    per_byte = 8 // bits
+    padded = np.zeros((rows.shape[0], row_bytes(width, bits) * per_byte), np.uint8)
+    padded[:, :width] = rows
+    groups = padded.reshape(rows.shape[0], -1, per_byte)
+    shifts = (bits * np.arange(per_byte - 1, -1, -1)).astype(np.uint8)
+    return np.bitwise_or.reduce(groups << shifts, axis=2).astype(np.uint8)
+
+
+def unpack(packed, width, bits, planes=1):
+    """Codes from the library's packed rows.
+
+    ``packed``: bytes-like or uint8 array holding whole rows of
+    ``row_bytes(width, bits)`` bytes, planes line-interleaved. Returns a uint8
+    array H x W for one plane, P x H x W for ``planes`` = P.
+    """
+    _check_bits(bits)
+    if planes < 1:
+        raise ValueError(f"planes must be at least 1, not {planes}")
+    if isinstance(packed, np.ndarray):
+        if packed.dtype != np.uint8:
+            raise ValueError(f"packed rows must be uint8, not {packed.dtype}")
+        data = packed.reshape(-1)
+    else:
+        data = np.frombuffer(memoryview(packed).cast("B"), np.uint8)
+    size = row_bytes(width, bits)
+    if size == 0 or data.size % (size * planes):
+        raise ValueError(f"{data.size} bytes are not whole rows of {size} bytes "
+                         f"({width} pixels at {bits} bits) for {planes} plane(s)")
+    rows = data.reshape(-1, size)
+    per_byte = 8 // bits
+    shifts = (bits * np.arange(per_byte - 1, -1, -1)).astype(np.uint8)
+    codes = ((rows[:, :, np.newaxis] >> shifts) & ((1 << bits) - 1)).reshape(rows.shape[0], -1)
+    codes = codes[:, :width]
+    height = rows.shape[0] // planes
+    if planes == 1:
+        return np.ascontiguousarray(codes)
+    return np.ascontiguousarray(codes.reshape(height, planes, width).transpose(1, 0, 2))
