@@ -1,0 +1,177 @@
+"""Screening through the library: the registry, pages of every screen against the
+command-line program, option and image errors, and threads."""
+import concurrent.futures
+import os
+import re
+import subprocess
+
+import numpy as np
+import pytest
+
+import halftone
+from conftest import gradient
+
+SEED = 5
+DATA_NEEDS = {"pattern", "pattern2", "matrix", "blocks"}
+
+
+def spread(count):
+    """``count`` greys spread evenly over 0..255."""
+    return [round(i * 255 / max(count - 1, 1)) for i in range(count)]
+
+
+def options(screen):
+    """Options every screen that needs no data file can take."""
+    opts = {"seed_time": SEED}
+    if "tone-curves" in screen.needs:
+        opts["mode"] = 2
+    if screen.levels:
+        opts["levels"] = spread(screen.levels)
+    return opts
+
+
+def planes_for(screen):
+    return 1 if screen.banding == "whole-page" else 2
+
+
+def turned(screen):
+    return screen.layout != "same"
+
+
+SELF_CONTAINED = [s for s in halftone.screens() if not DATA_NEEDS & set(s.needs)]
+BANDED = [s for s in SELF_CONTAINED if s.banding != "whole-page"]
+
+
+def test_registry_rows_are_found_by_id_and_entry():
+    rows = halftone.screens()
+    assert len({s.id for s in rows}) == len(rows) and BANDED
+    for row in rows:
+        assert re.fullmatch(r"[a-z0-9]+(-[a-z0-9]+)*", row.id), row.id
+        assert row.bits in (1, 2, 4) and row.summary
+        assert halftone.find_screen(row.id) is row
+        assert halftone.find_screen(row.entry) is row
+
+
+def test_unknown_screen_names_the_closest():
+    name = halftone.screens()[0].id
+    with pytest.raises(KeyError, match=re.escape(name)):
+        halftone.screen(np.zeros((2, 2), np.uint8), name[:-1] + "q")
+    with pytest.raises(KeyError, match="halftone.screens"):
+        halftone.find_screen("zzzzzzzzzzzz")
+
+
+def _tool_levels_flag(tool):
+    usage = subprocess.run([tool], capture_output=True, text=True)
+    return "--levels" if "--levels" in usage.stdout + usage.stderr else "--params"
+
+
+@pytest.mark.parametrize("screen", SELF_CONTAINED, ids=lambda s: s.id)
+def test_codes_equal_the_programs_raw_output(screen, tool, tmp_path):
+    planes = planes_for(screen)
+    page = gradient(9, 23, planes, seed=len(screen.id))
+    opts = options(screen)
+    codes = halftone.screen(page, screen.id, band_height=4, **opts)
+
+    height, width = (23, 9) if turned(screen) else (9, 23)
+    assert codes.shape == (planes, height, width) and codes.dtype == np.uint8
+    assert codes.max() < 1 << screen.bits
+
+    source, raw = tmp_path / "in.pgm", tmp_path / "out.raw"
+    source.write_bytes(b"P5\n23 %d\n255\n" % (9 * planes) + page.tobytes())
+    command = [tool, "screen", screen.id, str(source), str(raw), "--raw", "--planes",
+               str(planes), "--band-height", "4", "--seed-time", str(SEED)]
+    if "mode" in opts:
+        command += ["--mode", "2"]
+    if "levels" in opts:
+        command += [_tool_levels_flag(tool), ",".join(map(str, opts["levels"]))]
+    subprocess.run(command, check=True, capture_output=True)
+    assert raw.read_bytes() == halftone.pack(codes, screen.bits).tobytes()
+
+
+def test_image_forms_give_the_same_codes():
+    from PIL import Image
+    screen = BANDED[0]
+    page = gradient(16, 20)
+    expected = halftone.screen(page, screen.id, **options(screen))
+    for form in (page / 255.0, page.astype(np.float32) / 255, page.tolist(),
+                 Image.fromarray(page), page[np.newaxis]):
+        codes = halftone.screen(form, screen.id, **options(screen))
+        np.testing.assert_array_equal(codes.reshape(expected.shape), expected)
+
+
+def test_plane_threads_give_the_same_codes():
+    screen = BANDED[0]
+    page = gradient(20, 30, planes=4)
+    one = halftone.screen(page, screen.id, threads=1, **options(screen))
+    np.testing.assert_array_equal(halftone.screen(page, screen.id, threads=3,
+                                                  **options(screen)), one)
+
+
+@pytest.mark.parametrize("image, kwargs, error, message", [
+    (np.zeros((4, 4), np.int16), {}, ValueError, "dtype int16"),
+    (np.full((4, 4), 2.0), {}, ValueError, r"\[0, 1\]"),
+    (None, {"band_height": 0}, ValueError, "band_height must be 1"),
+    (None, {"seed_time": 1.5}, ValueError, "seed_time must be a whole number"),
+    (None, {"mode": -1}, ValueError, "mode must be"),
+    (None, {"levels": [0, 300]}, ValueError, "a level must be 0..255"),
+    (None, {"levels": "a,b"}, ValueError, "levels='a,b'"),
+    (None, {"threads": 0}, ValueError, "threads=0"),
+    (None, {"pattern_size": (0, 4)}, ValueError, "pattern width"),
+    (None, {"matrix": 12}, ValueError, "matrix must be a path"),
+])
+def test_bad_images_and_options_are_refused(image, kwargs, error, message):
+    screen = BANDED[0]
+    image = np.zeros((4, 4), np.uint8) if image is None else image
+    with pytest.raises(error, match=message):
+        halftone.screen(image, screen.id, **kwargs)
+
+
+def test_whole_page_screens_refuse_planes():
+    whole = [s for s in halftone.screens() if s.banding == "whole-page"]
+    if not whole:
+        pytest.skip("no whole-page screen")
+    with pytest.raises(ValueError, match="screens one plane"):
+        halftone.screen(np.zeros((2, 4, 4), np.uint8), whole[0].id)
+
+
+def test_missing_data_file_is_a_library_error(tmp_path):
+    screen = next(s for s in halftone.screens() if "matrix" in s.needs)
+    with pytest.raises(halftone.Error) as raised:
+        halftone.screen(gradient(8, 8), screen.id, matrix=tmp_path / "none.bmp")
+    assert raised.value.code == halftone.ERR_FILE_OPEN
+    assert isinstance(raised.value, RuntimeError) and screen.id in str(raised.value)
+
+
+def test_job_pages_band_by_band_equal_screen():
+    screen = next(s for s in BANDED if s.banding == "carried")
+    page = gradient(30, 17, planes=3)
+    expected = halftone.screen(page, screen.id, band_height=7, **options(screen))
+    with halftone.Job(screen.id, 17, 3, **options(screen)) as job:
+        for _ in range(2):  # the job runs a second page the same
+            rows = [job.band(page[:, y:y + 7]) for y in range(0, 30, 7)]
+            job.finish()
+            np.testing.assert_array_equal(
+                halftone.unpack(np.concatenate(rows), 17, screen.bits, planes=3), expected)
+    with pytest.raises(ValueError, match="closed"):
+        job.finish()
+
+
+def test_eight_threads_give_the_sequential_codes():
+    pages = [gradient(48, 40 + i, planes=3, seed=i) for i in range(4)]
+    work = [(s, i) for s in BANDED for i in range(len(pages))]
+
+    def run(item):
+        screen, i = item
+        return halftone.screen(pages[i], screen.id, band_height=5, **options(screen))
+
+    sequential = [run(item) for item in work]
+    with concurrent.futures.ThreadPoolExecutor(8) as pool:
+        for _ in range(2):
+            threaded = list(pool.map(run, work[::-1]))[::-1]
+            for (screen, i), want, got in zip(work, sequential, threaded):
+                np.testing.assert_array_equal(got, want, err_msg=f"{screen.id} page {i}")
+
+
+def test_library_of_this_run():
+    assert os.path.exists(halftone.library_path())
+    assert re.fullmatch(r"\d+\.\d+\.\d+", halftone.library_version())
