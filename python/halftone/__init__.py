@@ -17,7 +17,7 @@ a dask.distributed cluster. Every call goes through the library's C functions
 from ._library import (ERR_ARGUMENT, ERR_BAD_DATA, ERR_BAD_VALUE, ERR_FILE_OPEN,
                        ERR_FILE_READ, ERR_LOAD_FAULT, ERR_NO_MEMORY, ERR_SEQUENCE,
                        ERR_UNKNOWN_KEY, Error)
-from ._library import library as _library
+from ._library import library as _load_library
 from ._packing import pack, row_bytes, unpack
 from ._screening import Job, Screen, find_screen, screen, screens
 
@@ -30,9 +30,9 @@ __version__ = "0.1.0"
 
 def library_path():
     """The path of the shared library this module uses (loading it if need be)."""
-    return _library().path
+    return _load_library().path
 
 
 def library_version():
     """The shared library's version, "MAJOR.MINOR.PATCH"."""
-    return _library().halftone_version().decode()
+    return _load_library().halftone_version().decode()

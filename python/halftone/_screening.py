@@ -264,7 +264,8 @@ def screen(image, screen, levels=None, seed_time=None, band_height=64, pattern=N
         255]``) or a string ("0,85,170,255"); default evenly spread.
     seed_time: the clock second the random screens seed from (default: the
         clock), which makes them repeatable.
-    band_height: rows a band; the result does not depend on it.
+    band_height: rows a band, as the program's --band-height (screens that
+        reseed on every band give results that depend on it).
     pattern, pattern2, matrix, blocks: paths of the data files the screen
         reads (one-bit and two-bit pattern banks, a BMP threshold matrix, a
         threshold-block text file); pattern_size: (width, height) of the banks.

@@ -165,16 +165,19 @@ def screen_file(path, screen, out_dir, format="png", planes=1, **options):
 
 
 def _connect(client):
+    """The client to use and what this call opened (to close after)."""
     from distributed import Client, LocalCluster, get_client
     if client is None:
         try:
-            return get_client(), None
+            return get_client(), []
         except ValueError:
             cluster = LocalCluster(processes=True, dashboard_address=None)
-            return Client(cluster), cluster
+            client = Client(cluster)
+            return client, [client, cluster]
     if isinstance(client, str):
-        return Client(client), None
-    return client, None
+        client = Client(client)
+        return client, [client]
+    return client, []
 
 
 def screen_files(paths, screen, out_dir, client=None, format="png", planes=1, **options):
@@ -194,7 +197,7 @@ def screen_files(paths, screen, out_dir, client=None, format="png", planes=1, **
     """
     paths, info = _check(paths, screen, format, planes, options)
     os.makedirs(out_dir, exist_ok=True)
-    client, cluster = _connect(client)
+    client, opened = _connect(client)
     try:
         counts = client.gather(client.map(_count, paths, pure=False))
         failures = [c for c in counts if isinstance(c, PageError)]
@@ -212,9 +215,8 @@ def screen_files(paths, screen, out_dir, client=None, format="png", planes=1, **
                 failures.append(error if isinstance(error, PageError) else
                                 PageError(path, page, f"{type(error).__name__}: {error}"))
     finally:
-        if cluster is not None:
-            client.close()
-            cluster.close()
+        for thing in opened:
+            thing.close()
     if failures:
         order = {p: i for i, p in enumerate(paths)}
         failures.sort(key=lambda f: (order.get(f.path, 0), f.page))
