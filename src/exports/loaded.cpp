@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "exports/catalog.h"
 #include "frame/band_engine.h"
 #include "frame/data_folder.h"
 #include "screens/loaded/screens.h"
@@ -73,31 +72,3 @@ int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int heig
                  unsigned int control) {
   return l::clustered_threshold_lines(source, dots, extent(width), extent(height), control);
 }
-
-namespace halftone {
-namespace {
-
-const ScreenInfo kLoaded[] = {
-    {"Sonicksure", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
-     "one-bit pattern per grey, tiled at the loaded pattern size", run_signed<Sonicksure>},
-    {"MutexWindow", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
-     "one-bit pattern per grey, fixed 256 x 256 tile", MutexWindow},
-    {"MutexWindow_Bak", "loaded", 1, true, false, Layout::Same, kNeedsPattern1,
-     "one-bit pattern per grey, fixed 256 x 256 tile (block-copy form)", MutexWindow_Bak},
-    {"TextDownload", "loaded", 2, true, false, Layout::Same, kNeedsPattern2,
-     "two-bit pattern per grey, fixed 256 x 256 tile", run_signed<TextDownload>},
-    {"WindowText", "loaded", 1, true, false, Layout::Same, kNeedsMatrixBmp,
-     "loaded 256 x 256 threshold matrix, shifted 16 rows and columns per plane",
-     run_signed<WindowText>},
-    {"WindowTextAM1", "loaded", 1, true, false, Layout::Same, kNeedsNothing,
-     "built-in 16 x 16 clustered-dot threshold matrix", WindowTextAM1},
-    {"WindowTextAM", "loaded", 1, true, true, Layout::Same, kNeedsNothing,
-     "built-in scattered clustered-dot threshold matrix, through the band lines",
-     run_signed<WindowTextAM>},
-};
-
-}  // namespace
-
-std::span<ScreenInfo const> loaded_catalog() { return kLoaded; }
-
-}  // namespace halftone

@@ -1,7 +1,6 @@
 // Export table: the built-in dither matrix and the plain ordered dither.
 #include "halftone/matrix.h"
 
-#include "exports/catalog.h"
 #include "screens/matrix/ordered_dither.h"
 
 namespace m = halftone::matrix;
@@ -12,17 +11,3 @@ int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned int width, uns
              unsigned int control) {
   return m::ordered_dither(source, dots, width, height, control);
 }
-
-namespace halftone {
-namespace {
-
-const ScreenInfo kMatrix[] = {
-    {"Kaocosyx", "matrix", 1, true, false, Layout::Same, kNeedsDitherMatrix,
-     "ordered dither against the built-in 16 x 16 matrix, phase restarts every call", Kaocosyx},
-};
-
-}  // namespace
-
-std::span<ScreenInfo const> matrix_catalog() { return kMatrix; }
-
-}  // namespace halftone

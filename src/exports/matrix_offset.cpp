@@ -1,5 +1,4 @@
 // Export table: the offset-matrix screens.
-#include "exports/catalog.h"
 #include "frame/band_engine.h"
 #include "halftone/matrix.h"
 #include "screens/matrix/offset_matrix.h"
@@ -15,19 +14,3 @@ int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned int width, u
                unsigned int control) {
   return m::offset_random_split(source, dots, width, height, control);
 }
-
-namespace halftone {
-namespace {
-
-const ScreenInfo kMatrixOffset[] = {
-    {"Kaocosyx1", "matrix", 1, true, true, Layout::Same, kNeedsToneSetup | kNeedsMatrixBmp,
-     "offset-matrix diffusion (240 tile) with tone-curve noise", run_signed<Kaocosyx1>},
-    {"Kaocosyx10", "matrix", 1, true, true, Layout::Same, kNeedsToneSetup,
-     "random thirds-or-quarters split diffusion with tone-curve noise", Kaocosyx10},
-};
-
-}  // namespace
-
-std::span<ScreenInfo const> matrix_offset_catalog() { return kMatrixOffset; }
-
-}  // namespace halftone

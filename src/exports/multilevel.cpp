@@ -1,7 +1,6 @@
 // Export table: the multi-level screens (two-bit and four-bit dot codes).
 #include "halftone/multilevel.h"
 
-#include "exports/catalog.h"
 #include "frame/band_engine.h"
 #include "screens/multilevel/screens.h"
 
@@ -44,40 +43,3 @@ int RoundPump1(unsigned char* source, unsigned char* dots, unsigned int width, u
                unsigned int control) {
   return m::fixed_eight(source, dots, width, height, control);
 }
-
-namespace halftone {
-namespace {
-
-constexpr unsigned kTone = kNeedsToneSetup;
-const ScreenInfo kMultilevel[] = {
-    {"FastGroup", "multilevel", 2, true, true, Layout::Same, kTone,
-     "four host-set levels bracketed by the source grey, halves on two random bits, tone bias",
-     run_signed<FastGroup>},
-    {"FastGroup1", "multilevel", 2, true, true, Layout::Same, kTone,
-     "four fixed levels (0, 85, 170, 255), halves on two random bits, tone bias", FastGroup1},
-    {"ArcistPump", "multilevel", 2, true, true, Layout::Same, kTone,
-     "two levels, dots written as code 1, halves on two random bits, tone bias",
-     run_signed<ArcistPump>},
-    {"Kaishanxing", "multilevel", 2, true, true, Layout::Same, kTone,
-     "two levels, dots written as code 2, halves on two random bits, tone bias",
-     run_signed<Kaishanxing>},
-    {"SymanOpening", "multilevel", 2, true, true, Layout::Same, kTone,
-     "two levels, dots written as code 3, halves on two random bits, tone bias",
-     run_signed<SymanOpening>},
-    {"RoundFaxest", "multilevel", 2, true, true, Layout::Same, kTone,
-     "four host-set bracketed levels, one-third split on one random bit, tone bias",
-     run_signed<RoundFaxest>},
-    {"RoundFaxest__", "multilevel", 2, true, true, Layout::Same, kTone,
-     "four host-set bracketed levels, one-third split (unsigned sizes)", RoundFaxest__},
-    {"RoundPump", "multilevel", 4, true, true, Layout::Same, kTone,
-     "eight host-set levels bracketed by the source grey, halves on two random bits",
-     run_signed<RoundPump>},
-    {"RoundPump1", "multilevel", 4, true, true, Layout::Same, 0,
-     "eight fixed levels (255 k / 7), halves on two random bits", RoundPump1},
-};
-
-}  // namespace
-
-std::span<ScreenInfo const> multilevel_catalog() { return kMultilevel; }
-
-}  // namespace halftone
