@@ -1,6 +1,6 @@
 // The shared library exports exactly the host entry points, each under the
-// decorated name that encodes its declared argument types, and the catalog
-// describes only exported screens.
+// decorated name that encodes its declared argument types, and the C API;
+// the registry describes only exported screens.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <typeinfo>
 
-#include "exports/catalog.h"
+#include "exports/registry.h"
 #include "halftone/halftone.h"
 
 namespace halftone::test {
@@ -105,6 +105,15 @@ const std::set<std::string>& declared() {
 }
 #undef ENTRY
 
+// The C API, exported by its plain names.
+const std::set<std::string> kCApi = {
+    "halftone_screen_count", "halftone_screen_id",   "halftone_screen_entry",
+    "halftone_screen_bits",  "halftone_screen_info_at", "halftone_find_screen",
+    "halftone_version",      "halftone_row_bytes",   "halftone_last_error",
+    "halftone_job_new",      "halftone_job_set",     "halftone_job_output_shape",
+    "halftone_job_band",     "halftone_job_finish",  "halftone_job_error",
+    "halftone_job_free"};
+
 TEST(Exports, DecoratedNamesEncodeTheDeclaredTypes) {
   EXPECT_EQ(decorated<decltype(hxkjsdi67x)>("hxkjsdi67x"), "_Z10hxkjsdi67xPhS_jj");
   EXPECT_EQ(decorated<decltype(ghskdjiekld)>("ghskdjiekld"), "_Z11ghskdjiekldPhRS_iiPiS_");
@@ -115,6 +124,7 @@ TEST(Exports, SharedLibraryExportsExactlyTheEntryPoints) {
   void* lib = dlopen(HALFTONE_SHARED_LIBRARY, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(lib, nullptr) << dlerror();
   for (std::string const& name : declared()) EXPECT_NE(dlsym(lib, name.c_str()), nullptr) << name;
+  for (std::string const& name : kCApi) EXPECT_NE(dlsym(lib, name.c_str()), nullptr) << name;
   // Nothing else of the library's is exported.
   FILE* nm = popen("nm -D --defined-only " HALFTONE_SHARED_LIBRARY, "r");
   ASSERT_NE(nm, nullptr);
@@ -127,24 +137,31 @@ TEST(Exports, SharedLibraryExportsExactlyTheEntryPoints) {
     exported.insert(symbol);
   }
   pclose(nm);
-  EXPECT_EQ(exported, declared());
+  std::set<std::string> expected = declared();
+  expected.insert(kCApi.begin(), kCApi.end());
+  EXPECT_EQ(exported, expected);
   dlclose(lib);
 }
 
-TEST(Exports, CatalogNamesExportedScreensOnce) {
+TEST(Exports, RegistryNamesExportedScreensOnceWithUniqueIds) {
   std::set<std::string> seen;
-  for (ScreenInfo const& s : catalog()) {
-    EXPECT_TRUE(seen.insert(s.name).second) << s.name;
-    EXPECT_TRUE(s.bits == 1 || s.bits == 2 || s.bits == 4) << s.name;
+  for (Screen const& s : registry()) {
+    EXPECT_TRUE(seen.insert(s.info.entry).second) << s.info.entry;
+    EXPECT_TRUE(seen.insert(s.info.id).second) << s.info.id;
+    for (char c : std::string(s.info.id))
+      EXPECT_TRUE((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-') << s.info.id;
+    EXPECT_TRUE(s.info.bits == 1 || s.info.bits == 2 || s.info.bits == 4) << s.info.id;
+    const std::string entry = s.info.entry;
     const bool exported = std::any_of(declared().begin(), declared().end(), [&](auto const& d) {
-      return d.find(std::to_string(std::string(s.name).size()) + s.name) == 2;
+      return d.find(std::to_string(entry.size()) + entry) == 2;
     });
-    EXPECT_TRUE(exported) << s.name;
-    EXPECT_EQ(find_screen(s.name), &s);
+    EXPECT_TRUE(exported) << entry;
+    EXPECT_EQ(find_screen(s.info.id), &s);
+    EXPECT_EQ(find_screen(s.info.entry), &s);
   }
   // Every screen and utility: the 69 entry points less the tone setup, the
   // matrix build, the six loaders, the three pacing and three constant entries.
-  EXPECT_EQ(catalog().size(), 69u - 14u);
+  EXPECT_EQ(registry().size(), 69u - 14u);
 }
 
 }  // namespace

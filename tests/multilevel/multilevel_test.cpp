@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "exports/catalog.h"
+#include "exports/registry.h"
 #include "frame/band_lines.h"
 #include "halftone/setup.h"
 #include "multilevel/reference_model.h"
@@ -34,13 +34,17 @@ constexpr Entry kEntries[] = {{"FastGroup", Code::Bracketed4},  {"FastGroup1", C
                               {"RoundFaxest__", Code::Thirds4}, {"RoundPump", Code::Bracketed8},
                               {"RoundPump1", Code::Fixed8}};
 
-ScreenInfo const& info(char const* name) {
-  for (ScreenInfo const& e : multilevel_catalog())
-    if (std::strcmp(e.name, name) == 0) return e;
-  throw std::runtime_error(name);
+struct Uniform {
+  UniformCall run;
+  int bits;
+};
+Uniform info(char const* name) {
+  Screen const* s = find_screen(name);
+  if (s == nullptr) throw std::runtime_error(name);
+  return {s->run, s->info.bits};
 }
 // Screens one band with `e` into a buffer with guard bytes.
-Output screen(ScreenInfo const& e, std::vector<unsigned char>& src, std::uint32_t w,
+Output screen(Uniform const& e, std::vector<unsigned char>& src, std::uint32_t w,
               std::uint32_t h, std::uint32_t planes, std::uint32_t band) {
   Output out(std::size_t{planes} * h * (e.bits == 2 ? dot2_stride(w) : dot4_stride(w)));
   EXPECT_EQ(e.run(src.data(), out.data(), w, h, make_control(planes, band)), 0);
