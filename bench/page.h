@@ -1,50 +1,45 @@
-// A4 at 600 dpi pages for the benchmarks, reported in megapixels per second.
+// The benchmark's page: A4 at 600 dpi (4960 x 7016) of line-interleaved
+// planes screened in 64-row bands unless the command line asks for a
+// shorter page; rates in megapixels a second, all planes counted.
 #pragma once
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <random>
 #include <vector>
-
-#include "frame/layout.h"
-#include "halftone/page.h"
 
 namespace halftone::bench {
 
-constexpr std::uint32_t kPageWidth = 4960;
-constexpr std::uint32_t kPageHeight = 7016;
-constexpr std::uint32_t kBandHeight = 64;
+struct PageSize {
+  std::uint32_t width = 4960;
+  std::uint32_t height = 7016;
+  std::uint32_t planes = 4;  // of the banded screens; whole-page screens take one
+  std::uint32_t band_height = 64;
+  std::uint32_t threads = 1;  // the jobs' "threads" option
+};
 
-// A page of `planes` line-interleaved planes: smooth ramps with some texture,
-// the kind of content a screen meets in print.
-inline std::vector<unsigned char> make_page(std::uint32_t planes, std::uint32_t width = kPageWidth,
-                                            std::uint32_t height = kPageHeight) {
-  const std::uint32_t stride = source_stride(width);
-  std::vector<unsigned char> page(static_cast<std::size_t>(stride) * height * planes);
-  std::minstd_rand gen(7);
-  for (std::uint32_t y = 0; y < height; ++y)
-    for (std::uint32_t p = 0; p < planes; ++p) {
-      unsigned char* row = page.data() + (static_cast<std::size_t>(y) * planes + p) * stride;
-      for (std::uint32_t x = 0; x < width; ++x)
-        row[x] = static_cast<unsigned char>(
-            (x * 255u / width + y * 64u / height + p * 40u + (gen() & 7u)) & 0xFFu);
-    }
-  return page;
+// The size every benchmark of this run uses (set from the command line).
+PageSize& page_size();
+
+// Bytes of a row of `width` pixels at `bits` a pixel, padded to 32 bits.
+constexpr std::size_t packed_row(std::uint32_t width, unsigned bits) {
+  return ((std::size_t{width} * bits + 31u) >> 3) & ~std::size_t{3};
 }
 
-// Screens a whole page in bands of kBandHeight rows with the band protocol.
-template <class Screen>
-void screen_page_in_bands(Screen&& screen, std::vector<unsigned char>& page,
-                          std::vector<unsigned char>& out, std::uint32_t planes, unsigned bits,
-                          std::uint32_t width = kPageWidth, std::uint32_t height = kPageHeight) {
-  screen_in_bands(screen, page.data(), out.data(), width, height, planes, kBandHeight, bits);
-}
+// The test page of `planes` line-interleaved planes at page_size(): smooth
+// ramps with some texture, the kind of content a screen meets in print.
+// Built once a plane count and kept.
+std::vector<unsigned char> const& test_page(std::uint32_t planes);
 
-// Reports megapixels per second, all planes counted.
-inline void report_megapixels(benchmark::State& state, std::uint64_t pixels_per_iteration) {
-  state.counters["MP/s"] = benchmark::Counter(
-      static_cast<double>(pixels_per_iteration) * static_cast<double>(state.iterations()) / 1e6,
-      benchmark::Counter::kIsRate);
-}
+// Reports MP/s, all planes counted, over the `seconds` of wall time that
+// the state's iterations took, and its share in percent of the yardstick
+// rate `yardstick` (0: none). Returns the rate.
+double report_megapixels(benchmark::State& state, std::uint64_t pixels_per_iteration,
+                         double seconds, double yardstick = 0);
+
+// Registration, in the order of the run: the yardsticks first, so that every
+// screen's share is taken against a rate of this run.
+void register_yardsticks();
+void register_screens();
 
 }  // namespace halftone::bench
