@@ -126,6 +126,9 @@ int halftone_job_output_shape(const halftone_job* job, uint32_t rows, uint32_t* 
 
 /* Screens the next `rows` rows of every plane. The first call loads the data
    the options name and runs the tone setup; a failure there is reported here.
+   Output rows are written as the library writes them (padding bits and bytes
+   cleared) up to the library's row size or the stride, whichever is less;
+   bytes of a wider stride beyond that are left as they are.
    Whole-page screens (HALFTONE_BANDING_WHOLE_PAGE) take the whole page in one
    call: each call is a page of its own. Screens whose pattern or tile phase
    restarts with each call (banding BANDED) restart it with each band. */

@@ -303,9 +303,11 @@ int halftone_job::band(unsigned char const* source, std::size_t source_stride, u
                           ? "out of memory for the band's lines"
                           : "the screen failed (code " + std::to_string(code) + ")");
   }
+  // A row goes out as the library wrote it, padding cleared, as far as the
+  // caller's stride reaches.
   if (out != dots)
     for (std::size_t i = 0; i < out_lines; ++i)
-      std::memcpy(dots + i * dots_stride, &dot_rows[i * lib_dots], out_bytes);
+      std::memcpy(dots + i * dots_stride, &dot_rows[i * lib_dots], std::min(lib_dots, dots_stride));
   in_page = !whole_page;
   error.clear();
   return HALFTONE_OK;
