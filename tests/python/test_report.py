@@ -1,0 +1,232 @@
+"""The quality measurements on cases with known answers, the data files the
+report makes, and the report itself: regenerated identically, bad input refused."""
+import json
+import math
+import os
+import struct
+
+import numpy as np
+import pytest
+
+import halftone
+from halftone import measure, report
+
+BAYER = measure.bayer_matrix(16)
+GREYS = np.arange(256)
+
+
+def bayer_coverage(grey):
+    return np.count_nonzero(BAYER > grey) / 256
+
+
+# ---- Tone response ----
+
+
+@pytest.mark.parametrize("name, cover, expect", [
+    # an ordered dither: dot where grey < matrix entry; black keeps one hole a tile
+    ("bayer", [bayer_coverage(g) for g in GREYS],
+     dict(max_deviation=1 / 256, deviation_grey=0, monotonic=True, first_dot=254, first_hole=0)),
+    # a single threshold at 127: the response is a step
+    ("step", (GREYS <= 127).astype(float),
+     dict(max_deviation=127 / 255, deviation_grey=127, monotonic=True, first_dot=127,
+          first_hole=128)),
+    ("ideal", measure.ideal_coverage(GREYS),
+     dict(max_deviation=0.0, monotonic=True, first_dot=254, first_hole=1)),
+    ("blank", np.zeros(256),
+     dict(max_deviation=1.0, deviation_grey=0, monotonic=True, first_dot=None, first_hole=0)),
+    ("reversed at 200", np.where(GREYS == 200, 0.5, measure.ideal_coverage(GREYS)),
+     dict(monotonic=False, deviation_grey=200)),
+])
+def test_tone_response_known_answers(name, cover, expect):
+    tone = measure.tone_response(GREYS, cover)
+    for key, value in expect.items():
+        got = getattr(tone, key)
+        assert got == pytest.approx(value, abs=1e-12) if isinstance(value, float) \
+            else got == value, (name, key, got)
+
+
+def test_tone_response_accepts_greys_in_any_order():
+    shuffled = np.random.default_rng(1).permutation(256)
+    a = measure.tone_response(GREYS, measure.ideal_coverage(GREYS) ** 2)
+    b = measure.tone_response(shuffled, measure.ideal_coverage(shuffled) ** 2)
+    assert (a.max_deviation, a.deviation_grey) == (b.max_deviation, b.deviation_grey)
+
+
+@pytest.mark.parametrize("codes, bits, inverted, expect", [
+    ([[0, 1], [1, 1]], 1, False, 0.75),
+    ([[0, 1], [1, 1]], 1, True, 0.25),
+    ([[0, 1], [2, 3]], 2, False, 0.5),
+    ([[15, 5]], 4, False, 2 / 3),
+])
+def test_coverage_of_codes(codes, bits, inverted, expect):
+    assert measure.coverage(codes, bits, inverted) == pytest.approx(expect)
+
+
+# ---- Texture ----
+
+
+@pytest.mark.parametrize("share", [1 / 16, 1 / 4, 1 / 2, 3 / 4])
+def test_white_noise_has_a_flat_isotropic_spectrum(share):
+    spec = measure.spectrum(measure.white_noise((512, 512), share, seed=7))
+    assert spec.mean == pytest.approx(share, abs=0.01)
+    assert np.mean(spec.power) == pytest.approx(1.0, abs=0.03)
+    # whole rings past the first few hold enough bins for a tight average
+    full = (spec.frequency > 0.06) & (spec.frequency <= 0.5)
+    assert np.all(np.abs(spec.power[full] - 1) < 0.25)
+    assert abs(spec.anisotropy_db) < 0.5
+    assert spec.low_share == pytest.approx(measure.white_noise_low_share(), rel=0.1)
+
+
+@pytest.mark.parametrize("grey, period", [(239, 4), (191, 2), (127, 2)])
+def test_ordered_dither_texture_is_periodic(grey, period):
+    spec = measure.spectrum(measure.threshold_screen(np.full((256, 256), grey), BAYER))
+    assert spec.low_share < 1e-3
+    # a grid, not a random pattern (the checkerboard's one frequency is in a corner)
+    assert spec.anisotropy_db > 10 if grey != 127 else math.isnan(spec.anisotropy_db)
+    assert spec.power[spec.frequency < 1 / period - 1e-9].max() < 0.05
+
+
+def test_low_frequency_share_of_a_coarse_pattern():
+    # stripes 32 pixels wide: energy at the odd harmonics k / 64, in proportion to
+    # 1 / sin^2(pi k / 64); below 0.1 cycles a pixel lie k = 1, 3, 5 and their mirrors
+    stripes = (np.arange(256)[None, :] // 32 % 2).repeat(256, axis=0)
+    spec = measure.spectrum(stripes)
+    power = {k: 1 / math.sin(math.pi * k / 64) ** 2 for k in range(1, 64, 2)}
+    expected = 2 * (power[1] + power[3] + power[5]) / sum(power.values())
+    assert spec.low_share == pytest.approx(expected, rel=1e-6)
+
+
+# ---- Edge lag ----
+
+
+@pytest.mark.parametrize("profile, steady, lag", [
+    ([0.25] * 64, 0.25, 0.0),
+    ([0.0] * 5 + [0.25] * 59, 0.25, 5.0),  # nothing for five columns, then the tone
+    ([1.0] * 3 + [0.75] * 61, 0.75, 3.0),  # shadows: paper is what is missing
+    ([0.5] * 2 + [0.25] * 62, 0.25, -2.0),  # overshoot counts against the lag
+    ([0.0] * 64, 0.0, 0.0),
+])
+def test_edge_lag(profile, steady, lag):
+    assert measure.edge_lag(profile, steady) == pytest.approx(lag)
+
+
+def test_threshold_screen_has_no_edge_lag():
+    page = np.full((256, 128), 255, np.uint8)
+    page[:, 32:96] = 191
+    dots = measure.threshold_screen(page, BAYER)
+    assert measure.edge_lag(dots[:, 32:96].mean(axis=0), bayer_coverage(191)) == 0
+
+
+# ---- Benchmark reports ----
+
+
+def test_benchmark_speeds():
+    text = json.dumps({"benchmarks": [
+        {"name": "BM_Kaocosyx", "run_type": "iteration", "MP/s": 900.0},
+        {"name": "BM_Kaocosyx", "run_type": "iteration", "MP/s": 950.0},
+        {"name": "screen/tone-push/real_time", "run_type": "iteration", "MP/s": 100.0},
+        {"name": "screen/tone-push/real_time_median", "run_name": "screen/tone-push/real_time",
+         "run_type": "aggregate", "aggregate_name": "median", "MP/s": 90.0},
+        {"name": "yardstick", "run_type": "iteration", "real_time": 3.0},
+    ]})
+    speeds = measure.benchmark_speeds(text)
+    assert measure.speed_of(speeds, "ordered-dither", "Kaocosyx") == 950.0
+    assert measure.speed_of(speeds, "tone-push", "sdiufiavs") == 90.0
+    assert measure.speed_of(speeds, "yardstick") is None
+    with pytest.raises(ValueError):
+        measure.benchmark_speeds("[]")
+
+
+# ---- Data files ----
+
+
+@pytest.mark.parametrize("bits, width, height", [(1, 16, 16), (1, 64, 32), (2, 16, 16)])
+def test_pattern_bank_inks_each_grey(bits, width, height):
+    bank = report.pattern_bank(bits, width, height)
+    row = width * bits // 8
+    assert len(bank) == 256 * height * row
+    codes = np.unpackbits(np.frombuffer(bank, np.uint8)).reshape(256, height, width, bits)
+    codes = (codes * (1 << np.arange(bits - 1, -1, -1))).sum(axis=3)
+    levels = (1 << bits) - 1
+    ink = codes[:, :16, :16].sum(axis=(1, 2))  # per 16 x 16 tile
+    for index, grey in enumerate(range(255, -1, -1)):
+        assert ink[index] == math.floor((255 - grey) * 256 * levels / 255 + 0.5), grey
+
+
+def test_threshold_bmp_layout():
+    bmp = report.threshold_bmp(BAYER)
+    offset, = struct.unpack_from("<I", bmp, 10)
+    width, height, _, depth = struct.unpack_from("<iiHH", bmp, 18)
+    assert (bmp[:2], width, height, depth, len(bmp) - offset) == (b"BM", 256, 256, 8, 65536)
+    pixels = np.frombuffer(bmp[offset:], np.uint8).reshape(256, 256)[::-1]  # bottom-up
+    assert np.array_equal(pixels[:16, :16], BAYER) and np.array_equal(pixels[16:32, :16], BAYER)
+
+
+# ---- Through the library ----
+
+
+def registry_screen(family, need, bits=1):
+    found = [s for s in halftone.screens()
+             if s.family == family and need in s.needs and s.bits == bits]
+    assert found, f"no {bits}-bit {family} screen reading {need!r} in the registry"
+    return found[0]
+
+
+def test_library_ordered_dither_covers_count_of_larger_entries():
+    screen = registry_screen("matrix", "built-matrix")
+    page = np.repeat(GREYS.astype(np.uint8), 16)[None, :].repeat(16, axis=0)  # 16 x 4096
+    dots = halftone.screen(page, screen.id)
+    tiles = dots.reshape(16, 256, 16).sum(axis=(0, 2)) / 256
+    assert np.array_equal(tiles, [bayer_coverage(g) for g in GREYS])
+    assert np.array_equal(dots[:, :16], measure.threshold_screen(page[:, :16], BAYER))
+
+
+def test_library_threshold_screen_step_response(tmp_path):
+    screen = registry_screen("loaded", "matrix")
+    matrix = tmp_path / "step.bmp"
+    matrix.write_bytes(report.threshold_bmp(np.full((16, 16), 127)))
+    page = np.repeat(GREYS.astype(np.uint8), 4)[None, :].repeat(8, axis=0)
+    dots = halftone.screen(page, screen.id, matrix=str(matrix))
+    cover = dots.reshape(8, 256, 4).mean(axis=(0, 2))
+    tone = measure.tone_response(GREYS, cover)
+    assert (tone.first_dot, tone.first_hole, tone.monotonic) == (127, 128, True)
+    assert np.array_equal(cover, GREYS <= 127)
+
+
+@pytest.fixture(scope="module")
+def two_screens():
+    """A random one-bit diffusion and a multi-level screen."""
+    rows = halftone.screens()
+    one = next(s for s in rows if s.family == "diffusion" and s.bits == 1)
+    multi = next(s for s in rows if s.bits > 1 and s.levels)
+    return f"{one.id},{multi.id}"
+
+
+def test_report_is_regenerated_identically(tmp_path, two_screens):
+    pages = []
+    for run in ("a", "b"):
+        out = tmp_path / run
+        results = report.build(str(out), seed_time=1000, screens=two_screens, patch=16)
+        assert not any("skipped" in r.numbers for r in results)
+        pages.append({name: (out / name).read_bytes()
+                      for name in ("measurements.json", "measurements.csv", "index.html")})
+    assert pages[0] == pages[1]
+    numbers = json.loads(pages[0]["measurements.json"])
+    assert [s["id"] for s in numbers["screens"]] == two_screens.split(",")
+    assert len(numbers["screens"][0]["coverage"]) == 256
+    assert os.path.exists(tmp_path / "a" / "plots" / f"{two_screens.split(',')[0]}-tone.png")
+
+
+@pytest.mark.parametrize("args, message", [
+    (["--screens", "no-such-screen"], "no screen named"),
+    (["--bench", "missing.json"], "cannot read the benchmark report"),
+    (["--bench", "bad.json"], "not a Google Benchmark JSON report"),
+    (["--patch", "8"], "--patch must be"),
+])
+def test_report_refuses_bad_input_and_writes_nothing(tmp_path, capsys, args, message):
+    (tmp_path / "bad.json").write_text('{"benchmarks": 3}')
+    out = tmp_path / "out"
+    argv = ["--out", str(out)] + [str(tmp_path / a) if a.endswith(".json") else a for a in args]
+    assert report.main(argv) == 2
+    assert message in capsys.readouterr().err
+    assert sorted(os.listdir(tmp_path)) == ["bad.json"]
