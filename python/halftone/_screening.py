@@ -168,13 +168,14 @@ class Job:
             self._check(code)
 
     def output_shape(self, rows):
-        """(width, rows, row bytes) of the output of a band of ``rows`` source rows."""
-        out_width, out_rows, size = ctypes.c_uint32(), ctypes.c_uint32(), ctypes.c_size_t()
+        """(width, rows, row bytes) of the output of a band of ``rows`` source rows, the row
+        bytes those of the library's packed rows (padded to 32 bits) that ``band`` returns."""
+        out_width, out_rows = ctypes.c_uint32(), ctypes.c_uint32()
         with self._lock:
             self._check(self._lib.halftone_job_output_shape(
-                self._live(), rows, ctypes.byref(out_width), ctypes.byref(out_rows),
-                ctypes.byref(size)))
-        return out_width.value, out_rows.value, size.value
+                self._live(), rows, ctypes.byref(out_width), ctypes.byref(out_rows), None))
+        size = self._lib.halftone_row_bytes(out_width.value, self.screen.bits)
+        return out_width.value, out_rows.value, size
 
     def band(self, planes):
         """Screens the next rows of the page.
@@ -194,11 +195,11 @@ class Job:
         source = np.zeros((rows, count, stride), np.uint8)
         source[:, :, :width] = planes.transpose(1, 0, 2)
         _, out_rows, size = self.output_shape(rows)
-        dots = np.zeros((out_rows * count, max(size, 1)), np.uint8)
+        dots = np.zeros((out_rows * count, size), np.uint8)
         with self._lock:
             self._check(self._lib.halftone_job_band(self._live(), source.ctypes.data, stride,
                                                     dots.ctypes.data, size, rows))
-        return dots[:, :size]
+        return dots
 
     def finish(self):
         """Ends the page (the last-band step); the job may then start another."""
