@@ -11,7 +11,16 @@ jobs=$(nproc 2>/dev/null || echo 2)
 
 missing=()
 have() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed'; }
-for pkg in cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libpng-dev zlib1g-dev; do
+# Build: compilers, CMake, GoogleTest, Google Benchmark, the image and CUPS
+# libraries, CLI11. Tests: Python with NumPy, PIL, dask and pytest; CUPS,
+# its filters and Ghostscript for the filter's pipeline test; clang with its
+# sanitizer and fuzzer runtimes for the fuzz runs; pkg-config for the package test.
+packages=(cmake make g++ gcc pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+  libpng-dev zlib1g-dev libtiff-dev libcli11-dev libcups2-dev libcupsimage2-dev
+  python3 python3-venv python3-pip python3-setuptools python3-numpy python3-pil
+  python3-distributed python3-pytest python3-matplotlib
+  cups cups-filters ghostscript clang-14 libclang-rt-14-dev netpbm)
+for pkg in "${packages[@]}"; do
   have "$pkg" || missing+=("$pkg")
 done
 if ((${#missing[@]})); then
@@ -25,6 +34,12 @@ fi
 
 cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release
 cmake --build "$root/build" -j"$jobs"
+# The Python module, installed offline (with the library just built inside it) into
+# a virtual environment that sees Debian's NumPy, PIL and dask: build/venv/bin/python.
+[ -x "$root/build/venv/bin/python" ] ||
+  /usr/bin/python3 -m venv --system-site-packages "$root/build/venv"
+HALFTONE_LIBRARY="$root/build/libhalftone.so" "$root/build/venv/bin/python" -m pip install -q \
+  --disable-pip-version-check --no-build-isolation --no-index --no-deps "$root/python"
 
 case "$job" in
   demo) exec "$root/build/tools/halftone" demo --out "${2:-$root/halftone-demo}" ;;

@@ -80,7 +80,7 @@ struct halftone_job {
   int pattern_width = 16;
   int pattern_height = 16;
   bool pattern_size_set = false;
-  unsigned threads = 1;
+  unsigned threads = 1;  // "threads": planes screened at once (the band runs them)
 
   bool prepared = false;  // data loaded and tone set up
   bool in_page = false;   // a first band has run and no finish since
