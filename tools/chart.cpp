@@ -29,12 +29,12 @@ struct Box {
   std::uint32_t x0, y0, x1, y1;  // half-open
 };
 
-void fill(Image& image, Box box, unsigned char grey) {
+void fill(GreyImage& image, Box box, unsigned char grey) {
   for (std::uint32_t y = box.y0; y < std::min(box.y1, image.height); ++y)
     for (std::uint32_t x = box.x0; x < std::min(box.x1, image.width); ++x) image.row(y)[x] = grey;
 }
 
-void lettering(Image& image, std::uint32_t x, std::uint32_t y, std::uint32_t scale,
+void lettering(GreyImage& image, std::uint32_t x, std::uint32_t y, std::uint32_t scale,
                unsigned char ink) {
   for (char letter : std::string_view("HALFTONE")) {
     for (Glyph const& g : kGlyphs) {
@@ -51,8 +51,8 @@ void lettering(Image& image, std::uint32_t x, std::uint32_t y, std::uint32_t sca
 
 }  // namespace
 
-Image make_test_chart(std::uint32_t width, std::uint32_t height) {
-  Image image = Image::grey(width, height);
+GreyImage make_test_chart(std::uint32_t width, std::uint32_t height) {
+  GreyImage image{width, height, std::vector<unsigned char>(std::size_t{width} * height, 255)};
   const std::uint32_t ramp = height / 8;          // two ramp strips
   const std::uint32_t patches = height * 5 / 24;  // the flat patches at the foot
   const std::uint32_t middle0 = 2 * ramp, middle1 = height - patches;

@@ -1,15 +1,34 @@
-// The commands of the halftone program. Each takes the words after the
-// command name, returns the exit code, and throws ToolError for bad input.
+// The program's commands, each run with options already parsed.
 #pragma once
-#include <span>
+#include <cstdint>
+#include <string>
 
 namespace halftone::tool {
 
-int list_command(std::span<char const* const> args);
-int screen_command(std::span<char const* const> args);
-int demo_command(std::span<char const* const> args);
+struct ScreenOptions {
+  std::string screen, input, output;
+  std::string format;  // empty: from the output's extension
+  bool raw = false;
+  std::uint32_t band_height = 64;
+  std::uint32_t planes = 1;  // grey planes stacked top to bottom in the input
+  std::uint32_t threads = 1;
+  std::string mode, levels, seed_time, pattern_size;  // empty: not given
+  std::string data, pattern, pattern2, matrix, blocks;
+  bool quiet = false;
+};
 
-// The usage text printed by "halftone help".
-char const* usage();
+struct DemoOptions {
+  std::string out = "halftone-demo";
+  std::string seed_time = "1000000000";
+  bool quiet = false;
+};
+
+int list_command();
+int screen_command(ScreenOptions const& options);
+int demo_command(DemoOptions const& options);
+
+// A decimal whole number in [min, max]; `what` names it in the message.
+std::int64_t parse_number(std::string const& text, std::string const& what, std::int64_t min,
+                          std::int64_t max);
 
 }  // namespace halftone::tool

@@ -1,60 +1,117 @@
-// Grey and bilevel images on disk: PGM (P5), PBM (P4) and PNG, written
-// through a temporary file so that a failed run leaves no partial output.
+// Image files for the halftone program.
+//
+// Readers deliver a page's rows a few at a time as grey planes (one byte a
+// pixel, 0 black, 255 white), so a page of any height is read in the memory
+// of a band. Writers take packed rows as they come. Both report bad or
+// unreadable files by throwing image::Error with a message naming the file.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <span>
+#include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
-#include <vector>
+#include <string_view>
 
-namespace halftone::tool {
+namespace halftone::image {
 
-struct Image {
+struct Error : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+// Output that could not be written (a full disk, a closed pipe).
+struct WriteError : Error {
+  using Error::Error;
+};
+
+// The largest side and the largest pixel count a page may declare.
+constexpr std::uint32_t kMaxSide = 1u << 20;
+constexpr std::uint64_t kMaxPixels = 1ull << 32;
+
+struct PageShape {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
-  int depth = 8;  // 8: one byte a pixel, 0 black; 1: PBM rows, most significant bit first, 1 black
-  std::vector<unsigned char> pixels;
-
-  static Image grey(std::uint32_t width, std::uint32_t height);
-  static Image bilevel(std::uint32_t width, std::uint32_t height);
-  std::size_t row_bytes() const { return depth == 1 ? (width + 7) / 8 : width; }
-  unsigned char* row(std::uint32_t y) { return pixels.data() + y * row_bytes(); }
-  unsigned char const* row(std::uint32_t y) const { return pixels.data() + y * row_bytes(); }
+  std::uint32_t planes = 1;  // 1 (grey) or 4 (cyan, magenta, yellow, black)
+  double x_dpi = 0;          // resolution when the file gives one, else 0
+  double y_dpi = 0;
 };
 
-// The largest side accepted on input, and the largest pixel count.
-constexpr std::uint32_t kMaxSide = 1u << 20;
-constexpr std::uint64_t kMaxPixels = 1ull << 30;
-
-// Reads a binary PGM (P5, maxval 255) or any PNG (converted to grey).
-Image read_image(std::string const& path);
-
-// Writes PNG when the path ends in ".png", otherwise PBM for a bilevel image
-// and PGM for a grey one (".pgm" asks for grey whatever the depth).
-void write_image(std::string const& path, Image const& image);
-
-// Writes bytes exactly as given.
-void write_bytes(std::string const& path, std::span<unsigned char const> bytes);
-
-bool ends_with(std::string const& text, std::string const& suffix);
-
-// A file that appears under its name only when commit() is reached: it is
-// written to a temporary file in the same folder and renamed at the end.
-class PendingFile {
+// Reads a file page by page and each page in rows.
+//
+// Grey, grey with alpha (laid on white paper), RGB (to grey by luminance) and
+// palette pictures give one plane; CMYK gives four, where ink k becomes grey
+// 255 - k.
+class Reader {
  public:
-  explicit PendingFile(std::string path);
-  PendingFile(PendingFile const&) = delete;
-  PendingFile& operator=(PendingFile const&) = delete;
-  ~PendingFile();
+  virtual ~Reader() = default;
+  PageShape const& shape() const { return shape_; }
+  // "PGM", "PNG", "TIFF", ...
+  virtual char const* format() const = 0;
+  // Reads the next `rows` rows of the current page into `out`, planes
+  // line-interleaved: row r of plane p at out + (r * planes + p) * stride.
+  virtual void read_rows(unsigned char* out, std::size_t stride, std::uint32_t rows) = 0;
+  // Moves to the next page of the file (after every row of the current one
+  // was read); false when there is none.
+  virtual bool next_page() = 0;
 
-  std::FILE* stream() const { return stream_; }
-  void write(void const* data, std::size_t size);
-  void commit();
-
- private:
-  std::string path_;
-  std::string temporary_;
-  std::FILE* stream_ = nullptr;
+ protected:
+  PageShape shape_;
 };
 
-}  // namespace halftone::tool
+// Opens PNM (P1-P6), PAM, PNG or TIFF, recognized by its first bytes; "-"
+// reads standard input. A size the file declares is checked against the
+// bytes it holds (where that is known) before anything is allocated for it.
+std::unique_ptr<Reader> open_reader(std::string const& path);
+// The same on a stream the caller keeps open (a pipe, a file, fmemopen);
+// `name` is used in messages. TIFF from a stream that cannot seek is first
+// copied to a temporary file.
+std::unique_ptr<Reader> open_reader(std::FILE* stream, std::string const& name);
+
+enum class Format { Pbm, Pgm, Pam, Png, Tiff, Raw };
+
+// "pbm", "pgm", "pam", "png", "tif"/"tiff", "raw" (any case).
+std::optional<Format> format_named(std::string_view name);
+// The format a file name's extension asks for, if any.
+std::optional<Format> format_of_path(std::string_view path);
+char const* format_name(Format format);
+
+// One picture of an output file: a TIFF page or a PNM/PAM/PNG image.
+struct Picture {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  // 1: dots, a set bit is ink; 2 or 4: dot-size codes 0 .. top_code, 0 no
+  // ink; 8: grey bytes, 0 black. Rows are packed, leftmost pixel in the most
+  // significant bits, at least (width * bits + 7) / 8 bytes.
+  int bits = 1;
+  int top_code = 1;  // the darkest code (3 for two-bit, 7 for four-bit codes)
+  std::string name;  // TIFF page name ("Cyan"), may be empty
+  double x_dpi = 0;  // 0: not given
+  double y_dpi = 0;
+};
+
+// Writes pictures to a stream, one after another:
+//   PBM   one-bit pictures (a set bit is black);
+//   PGM   grey, codes drawn from white (0) to black (top code);
+//   PAM   BLACKANDWHITE for dots, GRAYSCALE with maxval = top code for codes
+//         (the sample is top code - code), GRAYSCALE 255 for grey;
+//   PNG   bit depth 1 for dots, grey as PGM otherwise; one picture only;
+//   TIFF  a page a picture: dots compressed with CCITT Group 4 (min-is-white),
+//         codes as 2- or 4-bit min-is-white samples, grey 8-bit (LZW).
+// PNM and PAM pictures follow one another in the stream.
+class Writer {
+ public:
+  virtual ~Writer() = default;
+  virtual void begin(Picture const& picture) = 0;
+  virtual void write_row(unsigned char const* row) = 0;
+  virtual void end() = 0;
+  // After the last picture.
+  virtual void finish() = 0;
+  // False for formats that hold one picture (PNG).
+  virtual bool holds_several() const { return true; }
+};
+
+// `stream` stays the caller's; `name` is used in messages. Format::Raw has
+// no writer (raw output is the library's rows as they are).
+std::unique_ptr<Writer> make_writer(Format format, std::FILE* stream, std::string const& name);
+
+}  // namespace halftone::image

@@ -1,38 +1,123 @@
-// halftone: list the screens, screen an image, or run the demonstration.
+// halftone: list the screens, screen pages, or run the demonstration.
+#include <halftone/halftone.h>
+
+#include <CLI/CLI.hpp>
 #include <cstdio>
-#include <cstring>
 #include <exception>
-#include <span>
+#include <iostream>
+#include <new>
 #include <string>
 
 #include "commands.h"
+#include "image_io.h"
 #include "tool_error.h"
 
+namespace {
+
+using namespace halftone::tool;
+
+constexpr char const* kExitStatus =
+    "Exit status: 0 done; 2 bad arguments, input or data files (nothing is written); 1 the\n"
+    "output could not be written or the library failed. Messages go to standard error.";
+
+constexpr char const* kScreenFooter =
+    "IN and OUT may be '-' (standard input, standard output). IN is PBM, PGM or PPM (plain\n"
+    "or binary, 8 or 16 bits), PAM (GRAYSCALE, GRAYSCALE_ALPHA, RGB, RGB_ALPHA, CMYK), PNG\n"
+    "or TIFF (grey, palette, RGB or CMYK; every page). Colour becomes grey by luminance; a\n"
+    "CMYK page becomes four planes (ink k is grey 255 - k) screened in one job.\n"
+    "OUT's format follows its extension (.pbm .pgm .pam .png .tif .tiff .raw) or --format;\n"
+    "'-' writes PBM for one-bit screens and PGM for the others:\n"
+    "  pbm   a set bit is black (for the inverted-output screens it is paper)\n"
+    "  pgm   grey: code 0 white, the highest code black\n"
+    "  pam   the codes kept: GRAYSCALE with MAXVAL the highest code (sample = MAXVAL - code)\n"
+    "  png   one picture; one-bit screens give a bit-depth-1 PNG\n"
+    "  tiff  a page a plane (CMYK gives Cyan, Magenta, Yellow, Black); dots in CCITT Group 4,\n"
+    "        codes as 2- or 4-bit samples (0 white)\n"
+    "  raw   the library's rows as they are: planes line-interleaved, rows padded to 32 bits\n"
+    "Planes of PBM, PGM, PAM and PNG pictures are stacked top to bottom; pages follow one\n"
+    "another (PNG holds one page).";
+
+void add_screen(CLI::App& app, ScreenOptions& o) {
+  CLI::App* screen = app.add_subcommand("screen", "Screen the pages of an image file.");
+  screen->add_option("SCREEN", o.screen, "screen id or entry name ('halftone list')")->required();
+  screen->add_option("IN", o.input, "input image, '-' for standard input")->required();
+  screen->add_option("OUT", o.output, "output file, '-' for standard output")->required();
+  screen->add_option("--format", o.format,
+                     "pbm, pgm, pam, png, tiff or raw (default: OUT's extension)");
+  screen->add_flag("--raw", o.raw, "the same as --format raw");
+  screen->add_option("--band-height", o.band_height, "rows a band (default 64)")
+      ->check(CLI::Range(1u, halftone::image::kMaxSide));
+  screen
+      ->add_option("--planes", o.planes,
+                   "IN is a grey image of P planes stacked top to bottom (read whole)")
+      ->check(CLI::Range(1u, 255u));
+  screen->add_option("--threads", o.threads, "planes screened at once (1-64); output unchanged")
+      ->check(CLI::Range(1u, 64u));
+  screen->add_option("--mode", o.mode, "tone-curve mode: 0 (none), 1-5 or 11-17");
+  screen->add_option("--levels,--params", o.levels,
+                     "levels from dark to light, e.g. 0,85,170,255 (default: evenly spread)");
+  screen->add_option("--seed-time", o.seed_time,
+                     "seconds the random screens seed from (default: the clock)");
+  screen->add_option("--data", o.data,
+                     "folder of ToneAry.ham; data files are also looked up "
+                     "there and in its Moths/");
+  screen->add_option("--pattern", o.pattern, "one-bit pattern bank file");
+  screen->add_option("--pattern2", o.pattern2, "two-bit pattern bank file");
+  screen->add_option("--pattern-size", o.pattern_size,
+                     "WxH of the patterns, for screens that take any size (default 16x16)");
+  screen->add_option("--matrix", o.matrix, "8-bit BMP threshold matrix file");
+  screen->add_option("--blocks", o.blocks, "threshold-block text file");
+  screen->add_flag("-q,--quiet", o.quiet, "no status line, no notes, no progress");
+  screen->footer(std::string(kScreenFooter) + "\n\n" + kExitStatus);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  using namespace halftone::tool;
-  const std::span<char const* const> words(const_cast<char const* const*>(argv), argc);
-  if (argc < 2) {
-    std::fputs(usage(), stderr);
+  CLI::App app("Screens grey and CMYK pages into dots with the halftone library.", "halftone");
+  app.set_version_flag("--version", std::string("halftone ") + halftone_version());
+  app.require_subcommand(1);
+  app.footer(std::string("Run 'halftone COMMAND --help' for a command's options.\n\n") +
+             kExitStatus);
+
+  CLI::App* list = app.add_subcommand(
+      "list", "Every screen: id, entry name, family, bits, banding, what it reads, summary.");
+  ScreenOptions screen_options;
+  add_screen(app, screen_options);
+  DemoOptions demo_options;
+  CLI::App* demo = app.add_subcommand(
+      "demo", "Screen a built-in test chart with every screen; write an overview page.");
+  demo->add_option("--out", demo_options.out, "folder to write (default ./halftone-demo)");
+  demo->add_option("--seed-time", demo_options.seed_time, "seconds the random screens seed from");
+  demo->add_flag("-q,--quiet", demo_options.quiet, "no status line");
+
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& e) {
+    if (e.get_exit_code() == 0) return app.exit(e);  // --help, --version
+    std::fprintf(stderr, "halftone: %s\nRun 'halftone --help' or 'halftone COMMAND --help'.\n",
+                 e.what());
     return kExitBadInput;
   }
-  const char* command = argv[1];
-  const auto rest = words.subspan(2);
+
   try {
-    if (std::strcmp(command, "list") == 0) return list_command(rest);
-    if (std::strcmp(command, "screen") == 0) return screen_command(rest);
-    if (std::strcmp(command, "demo") == 0) return demo_command(rest);
-    if (std::strcmp(command, "help") == 0 || std::strcmp(command, "--help") == 0 ||
-        std::strcmp(command, "-h") == 0) {
-      std::fputs(usage(), stdout);
-      return 0;
-    }
-    throw ToolError(std::string("unknown command '") + command + "'");
-  } catch (ToolError const& error) {
-    std::fprintf(stderr, "halftone: %s\n", error.what());
-    if (error.exit_code == kExitBadInput) std::fputs("Run 'halftone help' for usage.\n", stderr);
-    return error.exit_code;
-  } catch (std::exception const& error) {
-    std::fprintf(stderr, "halftone: %s\n", error.what());
+    if (list->parsed()) return list_command();
+    if (demo->parsed()) return demo_command(demo_options);
+    return screen_command(screen_options);
+  } catch (ToolError const& e) {
+    std::fprintf(stderr, "halftone: %s\n", e.what());
+    return e.exit_code;
+  } catch (halftone::image::WriteError const& e) {
+    std::fprintf(stderr, "halftone: %s\n", e.what());
+    return kExitFailure;
+  } catch (halftone::image::Error const& e) {
+    std::fprintf(stderr, "halftone: %s\n", e.what());
+    return kExitBadInput;
+  } catch (std::bad_alloc const&) {
+    std::fprintf(stderr, "halftone: out of memory\n");
+    return kExitFailure;
+  } catch (std::exception const& e) {
+    std::fprintf(stderr, "halftone: %s\n", e.what());
     return kExitFailure;
   }
 }

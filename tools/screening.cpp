@@ -1,206 +1,255 @@
 #include "screening.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
-#include "frame/data_folder.h"
-#include "frame/layout.h"
-#include "halftone/halftone.h"
 #include "tool_error.h"
 
 namespace halftone::tool {
 namespace {
 
-std::vector<unsigned char> read_file(std::string const& path, std::string const& what) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw ToolError("cannot open " + what + " " + path);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using Clock = std::chrono::steady_clock;
 
-// A bank of 256 patterns, the white one first, rows of width x bits / 8 bytes.
-void check_pattern_bank(std::string const& path, Size size, int bits) {
-  if (size.width % 8 != 0)
-    throw ToolError("the pattern width must be a multiple of 8, not " + std::to_string(size.width));
-  const std::uintmax_t need =
-      256ull * static_cast<unsigned>(size.height) * static_cast<unsigned>(size.width * bits / 8);
-  std::error_code error;
-  const std::uintmax_t have = std::filesystem::file_size(path, error);
-  if (error) throw ToolError("cannot open pattern bank " + path);
-  if (have < need)
-    throw ToolError(path + " holds " + std::to_string(have) + " bytes; 256 patterns of " +
-                    std::to_string(size.width) + " x " + std::to_string(size.height) + " need " +
-                    std::to_string(need));
-}
+// Pages above this many pixels (planes counted) show a progress line.
+constexpr std::uint64_t kProgressPixels = 4'000'000;
 
-std::uint32_t little_endian(unsigned char const* p) {
-  return p[0] | p[1] << 8 | p[2] << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
-
-// An uncompressed 8-bit BMP of at most 256 x 256, width a multiple of 4.
-void check_bmp(std::string const& path, Size, int) {
-  const std::vector<unsigned char> file = read_file(path, "threshold matrix");
-  if (file.size() < 54 || file[0] != 'B' || file[1] != 'M')
-    throw ToolError(path + ": not a BMP file");
-  const std::uint32_t offset = little_endian(&file[10]);
-  const auto width = static_cast<std::int32_t>(little_endian(&file[18]));
-  const auto height = static_cast<std::int32_t>(little_endian(&file[22]));
-  const unsigned bpp = file[28] | file[29] << 8;
-  if (bpp != 8 || little_endian(&file[30]) != 0)
-    throw ToolError(path + ": the threshold matrix must be an uncompressed 8-bit BMP");
-  if (width < 4 || width > 256 || width % 4 != 0 || height < 1 || height > 256)
-    throw ToolError(path + ": the threshold matrix must be 4 to 256 pixels wide (a multiple of 4)" +
-                    " and 1 to 256 rows high, stored bottom-up");
-  if (offset > file.size() || file.size() - offset < static_cast<std::size_t>(width) * height)
-    throw ToolError(path + ": BMP pixel data is truncated");
-}
-
-// Decimal numbers separated by spaces or line ends, at most 256 blocks of 256.
-void check_blocks(std::string const& path, Size, int) {
-  const std::vector<unsigned char> file = read_file(path, "threshold-block file");
-  std::size_t numbers = 0;
-  bool in_number = false;
-  for (unsigned char c : file) {
-    const bool digit = (c >= '0' && c <= '9') || c == '-' || c == '+';
-    if (!digit && c != ' ' && c != '\r' && c != '\n' && c != '\t')
-      throw ToolError(path + ": the threshold-block file holds a character other than numbers" +
-                      " and white space");
-    if (digit && !in_number) ++numbers;
-    in_number = digit;
+// Library results caused by what the user gave (options, data files) exit 2.
+int exit_code_for(int result) {
+  switch (result) {
+    case HALFTONE_ERR_FILE_OPEN:
+    case HALFTONE_ERR_FILE_READ:
+    case HALFTONE_ERR_LOAD_FAULT:
+    case HALFTONE_ERR_BAD_DATA:
+    case HALFTONE_ERR_BAD_VALUE:
+    case HALFTONE_ERR_UNKNOWN_KEY:
+      return kExitBadInput;
+    default:
+      return kExitFailure;
   }
-  if (numbers == 0 || numbers > 65536)
-    throw ToolError(path + ": the threshold-block file must hold 1 to 65536 numbers");
-  if (file.size() < 2 || file[file.size() - 2] != '\r' || file.back() != '\n')
-    throw ToolError(path + ": the threshold-block file must end with a CR LF line end");
 }
 
-const DataKind kDataKinds[] = {
-    {kNeedsPattern1, "pattern", "one-bit pattern bank", true, 1, KaiDuaning, check_pattern_bank},
-    {kNeedsPattern2, "pattern2", "two-bit pattern bank", true, 2, NingJing, check_pattern_bank},
-    {kNeedsMatrixBmp, "matrix", "8-bit BMP threshold matrix", false, 8, PuaningFa13, check_bmp},
-    {kNeedsBlockStack, "blocks", "threshold-block text file", false, 0, NiceMents, check_blocks},
-};
+[[noreturn]] void job_failed(halftone::Job const& job, int result, std::string const& what) {
+  std::string why = job.error();
+  if (why.empty()) why = "result " + std::to_string(result);
+  throw ToolError(what + ": " + why, exit_code_for(result));
+}
 
-struct NeedName {
-  unsigned need;
-  char const* name;
-};
-const NeedName kNeedNames[] = {
-    {kNeedsToneSetup, "tone"},   {kNeedsDitherMatrix, "dither-matrix"},
-    {kNeedsPattern1, "pattern"}, {kNeedsPattern2, "pattern2"},
-    {kNeedsMatrixBmp, "matrix"}, {kNeedsBlockStack, "blocks"},
+class Progress {
+ public:
+  Progress(bool wanted, std::uint64_t pixels, std::uint64_t bands)
+      : on_(wanted && pixels > kProgressPixels && ::isatty(STDERR_FILENO)), bands_(bands) {}
+  ~Progress() {
+    if (shown_) std::fputs("\r\033[K", stderr);
+  }
+  void band_done(std::uint64_t band, std::uint64_t pixels_done, double seconds) {
+    if (!on_) return;
+    const auto now = Clock::now();
+    if (band != bands_ && now - last_ < std::chrono::milliseconds(200)) return;
+    last_ = now;
+    shown_ = true;
+    std::fprintf(stderr, "\rhalftone: band %llu of %llu, %.1f megapixels a second\033[K",
+                 static_cast<unsigned long long>(band), static_cast<unsigned long long>(bands_),
+                 seconds > 0 ? pixels_done / seconds / 1e6 : 0.0);
+    std::fflush(stderr);
+  }
+
+ private:
+  bool on_;
+  bool shown_ = false;
+  std::uint64_t bands_;
+  Clock::time_point last_{};
 };
 
 }  // namespace
 
-std::span<DataKind const> data_kinds() { return kDataKinds; }
-
-std::string needs_text(unsigned needs) {
-  std::string text;
-  for (NeedName const& n : kNeedNames)
-    if (needs & n.need) {
-      if (!text.empty()) text += ',';
-      text += n.name;
-    }
-  return text.empty() ? "-" : text;
+void RawSink::band(unsigned char const* dots, std::uint32_t rows) {
+  const std::size_t size = page_.row_bytes * page_.planes * rows;
+  if (size != 0 && std::fwrite(dots, 1, size, out_) != size)
+    throw image::WriteError("cannot write " + name_ + ": " + std::strerror(errno));
 }
 
-Page page_from_image(Image const& stacked, std::uint32_t planes) {
-  if (stacked.depth != 8) throw ToolError("the source must be a grey image");
-  if (planes == 0 || stacked.height % planes != 0)
-    throw ToolError("the image is " + std::to_string(stacked.height) + " rows high, not a" +
-                    " whole number of " + std::to_string(planes) + " stacked planes");
-  Page page;
-  page.width = stacked.width;
-  page.height = stacked.height / planes;
-  page.planes = planes;
-  const std::size_t stride = source_stride(page.width);
-  page.bytes.assign(stride * page.height * planes, 255);
-  for (std::uint32_t p = 0; p < planes; ++p)
-    for (std::uint32_t y = 0; y < page.height; ++y)
-      std::memcpy(page.bytes.data() + (static_cast<std::size_t>(y) * planes + p) * stride,
-                  stacked.row(p * page.height + y), page.width);
-  return page;
+PictureSink::PictureSink(image::Writer& writer, bool picture_a_plane, int bits, int top_code,
+                         std::vector<std::string> plane_names)
+    : writer_(writer),
+      picture_a_plane_(picture_a_plane),
+      bits_(bits),
+      top_code_(top_code),
+      names_(std::move(plane_names)) {}
+
+PictureSink::~PictureSink() { close_spools(); }
+
+void PictureSink::close_spools() {
+  for (std::FILE* spool : spools_) std::fclose(spool);
+  spools_.clear();
 }
 
-Screened screen_page(ScreenInfo const& info, Page& page, std::uint32_t band_height) {
-  const bool whole_page = !info.banded || info.layout == Layout::Transposed;
-  if (!info.banded && page.planes != 1)
-    throw ToolError(std::string(info.name) + " screens a single plane; use --planes 1");
-  Screened out;
-  out.info = &info;
-  out.planes = page.planes;
-  const bool transposed = info.layout == Layout::Transposed;
-  out.width = transposed ? page.height : page.width;
-  out.height = transposed ? page.width : page.height;
-  out.stride = output_stride(info, out.width);
-  out.bytes.assign(static_cast<std::size_t>(out.stride) * out.height * out.planes, 0);
-
-  const std::uint32_t rows_a_band = whole_page ? page.height : std::max(band_height, 1u);
-  const auto start = std::chrono::steady_clock::now();
-  if (whole_page)
-    info.run(page.bytes.data(), out.bytes.data(), page.width, page.height,
-             make_control(page.planes, 1));
-  else
-    screen_in_bands(info.run, page.bytes.data(), out.bytes.data(), page.width, page.height,
-                    page.planes, rows_a_band, static_cast<unsigned>(info.bits));
-  out.bands = page.height == 0 ? 0 : (page.height + rows_a_band - 1) / rows_a_band;
-  out.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  return out;
+image::Picture PictureSink::picture(std::uint32_t plane) const {
+  image::Picture p;
+  p.width = page_.width;
+  p.height = picture_a_plane_ ? page_.height : page_.height * page_.planes;
+  p.bits = bits_;
+  p.top_code = top_code_;
+  p.x_dpi = page_.x_dpi;
+  p.y_dpi = page_.y_dpi;
+  if (picture_a_plane_ && page_.planes > 1)
+    p.name = plane < names_.size() ? names_[plane] : "plane " + std::to_string(plane + 1);
+  return p;
 }
 
-Image render(Screened const& s) {
-  const std::uint32_t image_height = s.height * s.planes;
-  const int bits = s.info->bits;
-  Image image =
-      bits == 1 ? Image::bilevel(s.width, image_height) : Image::grey(s.width, image_height);
-  const unsigned top_code = bits == 2 ? 3u : 7u;  // four or eight dot-size codes
-  for (std::uint32_t p = 0; p < s.planes; ++p)
-    for (std::uint32_t y = 0; y < s.height; ++y) {
-      unsigned char const* dots =
-          s.bytes.data() + (static_cast<std::size_t>(y) * s.planes + p) * s.stride;
-      unsigned char* row = image.row(p * s.height + y);
-      if (bits == 1) {
-        std::memcpy(row, dots, image.row_bytes());
-        if (s.width % 8 != 0)
-          row[image.row_bytes() - 1] &= static_cast<unsigned char>(0xFF00u >> (s.width % 8));
-        continue;
-      }
-      const unsigned per_byte = 8u / static_cast<unsigned>(bits);
-      const unsigned mask = (1u << bits) - 1u;
-      for (std::uint32_t x = 0; x < s.width; ++x) {
-        const unsigned shift = (per_byte - 1u - x % per_byte) * static_cast<unsigned>(bits);
-        const unsigned code = std::min((dots[x / per_byte] >> shift) & mask, top_code);
-        row[x] = static_cast<unsigned char>(255u - code * 255u / top_code);
-      }
-    }
-  return image;
-}
-
-void prepare(ScreenInfo const& info, Setup const& setup) {
-  if (setup.data_folder) set_data_folder(setup.data_folder->c_str());
-  if (setup.seed_time) pin_seed_time(*setup.seed_time);
-  if ((info.needs & kNeedsToneSetup) || setup.mode || setup.parameters)
-    Itsdiufiavs(setup.mode.value_or(0), setup.parameters.value_or("").c_str());
-  if (info.needs & kNeedsDitherMatrix) SincesKai();
-  for (DataKind const& kind : kDataKinds) {
-    if (!(info.needs & kind.need)) continue;  // pattern loaders share state: load only these
-    auto file = setup.files.find(kind.need);
-    if (file == setup.files.end())
-      throw ToolError(std::string(info.name) + " needs a " + kind.what + ": give --" + kind.option +
-                      " FILE (a file in the data folder's Moths/)");
-    const std::string path = moths_path(file->second.c_str());
-    if (!std::filesystem::is_regular_file(path)) throw ToolError("cannot open " + path);
-    kind.check(path, setup.pattern_size, kind.bits);
-    const int result = kind.load(file->second.c_str(), kind.sized ? setup.pattern_size.width : 0,
-                                 kind.sized ? setup.pattern_size.height : 0);
-    if (result != 0)
-      throw ToolError(std::string(kind.what) + " " + path + " failed to load (code " +
-                      std::to_string(result) + ")");
+void PictureSink::begin_page(PageOut const& page) {
+  page_ = page;
+  packed_ = (std::size_t{page.width} * static_cast<unsigned>(bits_) + 7) / 8;
+  close_spools();
+  for (std::uint32_t p = 1; p < page.planes; ++p) {
+    std::FILE* spool = std::tmpfile();
+    if (spool == nullptr)
+      throw image::WriteError(std::string("cannot make a temporary file: ") + std::strerror(errno));
+    spools_.push_back(spool);
   }
+  writer_.begin(picture(0));
+}
+
+void PictureSink::band(unsigned char const* dots, std::uint32_t rows) {
+  const std::size_t stride = page_.row_bytes;
+  for (std::uint32_t r = 0; r < rows; ++r) {
+    unsigned char const* row = dots + std::size_t{r} * page_.planes * stride;
+    writer_.write_row(row);
+    for (std::uint32_t p = 1; p < page_.planes; ++p)
+      if (std::fwrite(row + p * stride, 1, packed_, spools_[p - 1]) != packed_)
+        throw image::WriteError(std::string("cannot write a temporary file: ") +
+                                std::strerror(errno));
+  }
+}
+
+void PictureSink::end_page() {
+  std::vector<unsigned char> row(packed_);
+  for (std::uint32_t p = 1; p < page_.planes; ++p) {
+    if (picture_a_plane_) {
+      writer_.end();
+      writer_.begin(picture(p));
+    }
+    std::FILE* spool = spools_[p - 1];
+    std::rewind(spool);
+    for (std::uint32_t y = 0; y < page_.height; ++y) {
+      if (std::fread(row.data(), 1, packed_, spool) != packed_)
+        throw image::WriteError("cannot read back a temporary file");
+      writer_.write_row(row.data());
+    }
+  }
+  writer_.end();
+  close_spools();
+}
+
+ScreenTotals screen_pages(ScreenJob const& request, image::Reader& in, PageSink& out) {
+  halftone_screen_info const& info = *request.info;
+  const bool whole_page =
+      info.banding == HALFTONE_BANDING_WHOLE_PAGE || info.layout != HALFTONE_LAYOUT_SAME;
+  ScreenTotals totals;
+  do {
+    image::PageShape const shape = in.shape();
+    if (whole_page && shape.planes != 1)
+      throw ToolError(std::string(info.id) + " screens one plane; the input has " +
+                      std::to_string(shape.planes));
+    halftone::Job job(info.id, shape.width, shape.planes);
+    if (!job) throw ToolError(std::string(info.id) + ": " + job.error(), kExitFailure);
+    for (auto const& [key, value] : request.keys)
+      if (int result = job.set(key.c_str(), value); result != 0)
+        job_failed(job, result, "option " + key + " " + value);
+
+    const std::uint32_t band_rows =
+        whole_page ? shape.height : std::min(request.band_height, shape.height);
+    PageOut page;
+    page.planes = shape.planes;
+    page.x_dpi = shape.x_dpi;
+    page.y_dpi = shape.y_dpi;
+    std::uint32_t band_out_width = 0, band_out_rows = 0;
+    if (int result = halftone_job_output_shape(job.get(), shape.height, &page.width, &page.height,
+                                               &page.row_bytes);
+        result != 0)
+      job_failed(job, result, info.id);
+    if (info.layout != HALFTONE_LAYOUT_SAME) std::swap(page.x_dpi, page.y_dpi);
+    std::size_t band_row_bytes = 0;
+    if (int result = halftone_job_output_shape(job.get(), band_rows, &band_out_width,
+                                               &band_out_rows, &band_row_bytes);
+        result != 0)
+      job_failed(job, result, info.id);
+
+    const std::size_t source_stride = halftone_row_bytes(shape.width, 8);
+    std::vector<unsigned char> source(source_stride * band_rows * shape.planes, 255);
+    std::vector<unsigned char> dots(band_row_bytes * band_out_rows * shape.planes);
+    const std::uint64_t bands = (shape.height + band_rows - 1) / band_rows;
+    Progress progress(request.progress, std::uint64_t{shape.width} * shape.height * shape.planes,
+                      bands);
+    bool begun = false;
+    std::uint64_t band = 0;
+    double seconds = 0;
+    for (std::uint32_t y = 0; y < shape.height; y += band_rows) {
+      const std::uint32_t rows = std::min(band_rows, shape.height - y);
+      in.read_rows(source.data(), source_stride, rows);
+      const auto start = Clock::now();
+      if (int result = job.band(source.data(), source_stride, dots.data(), band_row_bytes, rows);
+          result != 0)
+        job_failed(job, result, info.id);
+      seconds += std::chrono::duration<double>(Clock::now() - start).count();
+      if (!begun) {  // nothing reaches the output before the first band is screened
+        out.begin_page(page);
+        begun = true;
+      }
+      std::uint32_t out_width = 0, out_rows = 0;
+      std::size_t out_row_bytes = 0;
+      halftone_job_output_shape(job.get(), rows, &out_width, &out_rows, &out_row_bytes);
+      out.band(dots.data(), out_rows);
+      progress.band_done(++band, std::uint64_t{shape.width} * (y + rows) * shape.planes, seconds);
+    }
+    if (int result = job.finish(); result != 0) job_failed(job, result, info.id);
+    out.end_page();
+    ++totals.pages;
+    totals.bands += band;
+    totals.pixels += std::uint64_t{shape.width} * shape.height * shape.planes;
+    totals.seconds += seconds;
+    totals.last = page;
+  } while (in.next_page());
+  return totals;
+}
+
+StackedPlanes::StackedPlanes(std::unique_ptr<image::Reader> inner, std::uint32_t planes)
+    : inner_(std::move(inner)), planes_(planes) {
+  load();
+}
+
+void StackedPlanes::load() {
+  image::PageShape const& stacked = inner_->shape();
+  if (stacked.planes != 1)
+    throw ToolError("--planes stacks grey planes; the input already has " +
+                    std::to_string(stacked.planes));
+  if (stacked.height % planes_ != 0)
+    throw ToolError("the input is " + std::to_string(stacked.height) +
+                    " rows high, not a whole number of " + std::to_string(planes_) +
+                    " stacked planes");
+  page_.resize(std::size_t{stacked.width} * stacked.height);
+  inner_->read_rows(page_.data(), stacked.width, stacked.height);
+  shape_ = stacked;
+  shape_.height = stacked.height / planes_;
+  shape_.planes = planes_;
+  row_ = 0;
+}
+
+void StackedPlanes::read_rows(unsigned char* out, std::size_t stride, std::uint32_t rows) {
+  const std::size_t width = shape_.width;
+  for (std::uint32_t r = 0; r < rows; ++r, ++row_)
+    for (std::uint32_t p = 0; p < planes_; ++p)
+      std::memcpy(out + (std::size_t{r} * planes_ + p) * stride,
+                  page_.data() + (std::size_t{p} * shape_.height + row_) * width, width);
+}
+
+bool StackedPlanes::next_page() {
+  if (!inner_->next_page()) return false;
+  load();
+  return true;
 }
 
 }  // namespace halftone::tool

@@ -1,82 +1,110 @@
-// Screening a whole page with one catalog entry: preparing what the entry
-// reads, running it band by band, and turning its output into an image.
+// Screening pages band by band through the library's job API: rows come from
+// an image reader, screened bands go to a sink as they are made.
 #pragma once
+#include <halftone/halftone.h>
+
 #include <cstdint>
-#include <map>
-#include <optional>
-#include <span>
+#include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "args.h"
-#include "exports/catalog.h"
 #include "image_io.h"
 
 namespace halftone::tool {
 
-// Line-interleaved planes, as the screens read them.
-struct Page {
-  std::uint32_t width = 0;
+// The screened page as the sink receives it.
+struct PageOut {
+  std::uint32_t width = 0;  // output size (turned screens swap the sides)
   std::uint32_t height = 0;
   std::uint32_t planes = 1;
-  std::vector<unsigned char> bytes;
+  std::size_t row_bytes = 0;  // the library's packed row
+  double x_dpi = 0, y_dpi = 0;
 };
 
-// Splits an image holding `planes` planes stacked top to bottom.
-Page page_from_image(Image const& stacked, std::uint32_t planes);
-
-// An entry's output for a page, exactly as the library wrote it.
-struct Screened {
-  ScreenInfo const* info = nullptr;
-  std::uint32_t width = 0;  // output size: height x width for transposed entries
-  std::uint32_t height = 0;
-  std::uint32_t planes = 1;
-  std::uint32_t stride = 0;
-  std::uint32_t bands = 0;
-  double seconds = 0;
-  std::vector<unsigned char> bytes;
+// Takes screened pages: bands of line-interleaved planes, rows of row_bytes.
+class PageSink {
+ public:
+  virtual ~PageSink() = default;
+  virtual void begin_page(PageOut const& page) = 0;
+  virtual void band(unsigned char const* dots, std::uint32_t rows) = 0;
+  virtual void end_page() = 0;
 };
 
-// Screens the page in bands of `band_height` rows with the band protocol:
-// positions 1, 2, ..., 3, or 1 alone for a page that fits one band. Entries
-// that are not banded, and transposed ones, get the whole page in one call.
-Screened screen_page(ScreenInfo const& info, Page& page, std::uint32_t band_height);
+// The library's rows exactly as it writes them, pages one after another.
+class RawSink final : public PageSink {
+ public:
+  RawSink(std::FILE* out, std::string name) : out_(out), name_(std::move(name)) {}
+  void begin_page(PageOut const& page) override { page_ = page; }
+  void band(unsigned char const* dots, std::uint32_t rows) override;
+  void end_page() override {}
 
-// The output as a picture, planes stacked top to bottom: a bilevel image for
-// one-bit entries (set bit black), grey for dot-size codes (code 0 white,
-// the highest code black).
-Image render(Screened const& screened);
-
-// A kind of screen data file, what loads it and how the command line names it.
-struct DataKind {
-  unsigned need;       // the catalog's kNeeds... flag
-  char const* option;  // command-line option giving the file name
-  char const* what;    // for messages
-  bool sized;          // the loader takes the pattern size
-  int bits;            // bits a pattern pixel (pattern banks)
-  int (*load)(char const* file, int width, int height);
-  // Throws ToolError when the file at `path` cannot serve the loader.
-  void (*check)(std::string const& path, Size pattern_size, int bits);
-};
-std::span<DataKind const> data_kinds();
-
-// Everything a run may set up before screening.
-struct Setup {
-  std::optional<int> mode;
-  std::optional<std::string> parameters;  // already normalized
-  std::optional<std::uint32_t> seed_time;
-  std::optional<std::string> data_folder;
-  std::map<unsigned, std::string> files;  // need flag -> file name inside Moths/
-  Size pattern_size{16, 16};
+ private:
+  std::FILE* out_;
+  std::string name_;
+  PageOut page_;
 };
 
-// Sets up the library for `info`: data folder, pinned seed time, tone setup
-// (when asked for or needed), the dither matrix, and the data files it needs
-// (only those: the two pattern loaders share the pattern geometry). A needed
-// file that is missing or unusable throws ToolError.
-void prepare(ScreenInfo const& info, Setup const& setup);
+// Pictures through an image writer. Planes either stack top to bottom in one
+// picture a page or each make a picture of their own (`picture_a_plane`);
+// planes after the first wait in temporary files until their turn.
+class PictureSink final : public PageSink {
+ public:
+  PictureSink(image::Writer& writer, bool picture_a_plane, int bits, int top_code,
+              std::vector<std::string> plane_names);
+  ~PictureSink() override;
+  void begin_page(PageOut const& page) override;
+  void band(unsigned char const* dots, std::uint32_t rows) override;
+  void end_page() override;
 
-// "tone, pattern" etc., or "-" for an entry that needs nothing.
-std::string needs_text(unsigned needs);
+ private:
+  image::Picture picture(std::uint32_t plane) const;
+  void close_spools();
+
+  image::Writer& writer_;
+  bool picture_a_plane_;
+  int bits_, top_code_;
+  std::vector<std::string> names_;
+  PageOut page_;
+  std::size_t packed_ = 0;
+  std::vector<std::FILE*> spools_;  // planes 1 .. planes - 1
+};
+
+struct ScreenJob {
+  halftone_screen_info const* info = nullptr;
+  std::vector<std::pair<std::string, std::string>> keys;  // job options
+  std::uint32_t band_height = 64;
+  bool progress = false;  // a progress line on stderr for large pages
+};
+
+struct ScreenTotals {
+  std::uint32_t pages = 0;
+  std::uint64_t bands = 0;
+  std::uint64_t pixels = 0;  // source pixels, planes counted
+  double seconds = 0;        // in the library's screening calls
+  PageOut last;              // the last page's output
+};
+
+// Screens every page `in` holds into `out`. Throws ToolError for refused
+// options or data (exit 2) and library failures (exit 1), image::Error for
+// bad input.
+ScreenTotals screen_pages(ScreenJob const& job, image::Reader& in, PageSink& out);
+
+// Serves an image of `planes` grey planes stacked top to bottom as
+// line-interleaved planes. Reads each page whole.
+class StackedPlanes final : public image::Reader {
+ public:
+  StackedPlanes(std::unique_ptr<image::Reader> inner, std::uint32_t planes);
+  char const* format() const override { return inner_->format(); }
+  void read_rows(unsigned char* out, std::size_t stride, std::uint32_t rows) override;
+  bool next_page() override;
+
+ private:
+  void load();
+  std::unique_ptr<image::Reader> inner_;
+  std::uint32_t planes_;
+  std::vector<unsigned char> page_;
+  std::uint32_t row_ = 0;
+};
 
 }  // namespace halftone::tool

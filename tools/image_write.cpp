@@ -1,0 +1,286 @@
+// The writers: PBM, PGM, PAM, PNG (libpng) and TIFF (libtiff).
+#include <png.h>
+#include <sys/stat.h>
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "image_input.h"
+
+namespace halftone::image {
+namespace {
+
+// Pixel x of a packed row of `bits` bits a pixel.
+inline unsigned pixel(unsigned char const* row, int bits, std::uint32_t x) {
+  const unsigned per_byte = 8u / static_cast<unsigned>(bits);
+  const unsigned shift = (per_byte - 1 - x % per_byte) * static_cast<unsigned>(bits);
+  return (row[x / per_byte] >> shift) & ((1u << bits) - 1u);
+}
+
+// Grey of a pixel as a picture shows it: ink black, paper white.
+void render_grey(Picture const& p, unsigned char const* row, unsigned char* out) {
+  if (p.bits == 8) {
+    std::memcpy(out, row, p.width);
+    return;
+  }
+  const unsigned top = p.bits == 1 ? 1u : static_cast<unsigned>(std::max(p.top_code, 1));
+  for (std::uint32_t x = 0; x < p.width; ++x)
+    out[x] = static_cast<unsigned char>(255 - std::min(pixel(row, p.bits, x), top) * 255 / top);
+}
+
+std::size_t packed_bytes(Picture const& p) {
+  return (std::size_t{p.width} * static_cast<unsigned>(p.bits) + 7) / 8;
+}
+
+// A copy of a packed row with the bits beyond the last pixel cleared.
+void copy_packed(Picture const& p, unsigned char const* row, unsigned char* out) {
+  const std::size_t bytes = packed_bytes(p);
+  std::memcpy(out, row, bytes);
+  const unsigned used = static_cast<unsigned>((std::uint64_t{p.width} * p.bits) % 8);
+  if (used != 0) out[bytes - 1] &= static_cast<unsigned char>(0xFF00u >> used);
+}
+
+class StreamWriter : public Writer {
+ protected:
+  StreamWriter(std::FILE* out, std::string name) : out_(out), name_(std::move(name)) {}
+  void put(void const* data, std::size_t size) {
+    if (size != 0 && std::fwrite(data, 1, size, out_) != size) write_failed();
+  }
+  [[noreturn]] void write_failed() const {
+    throw WriteError("cannot write " + name_ + ": " + std::strerror(errno));
+  }
+  void flush() {
+    if (std::fflush(out_) != 0) write_failed();
+  }
+  std::FILE* out_;
+  std::string name_;
+};
+
+class PnmWriter final : public StreamWriter {
+ public:
+  PnmWriter(Format format, std::FILE* out, std::string name)
+      : StreamWriter(out, std::move(name)), format_(format) {}
+
+  void begin(Picture const& p) override {
+    picture_ = p;
+    std::string header;
+    const std::string size = std::to_string(p.width) + " " + std::to_string(p.height) + "\n";
+    if (format_ == Format::Pbm) {
+      if (p.bits != 1)
+        throw Error(name_ + ": a PBM holds one-bit dots, not " + std::to_string(p.bits) +
+                    "-bit codes (write PGM, PAM, PNG or TIFF)");
+      header = "P4\n" + size;
+    } else if (format_ == Format::Pgm) {
+      header = "P5\n" + size + "255\n";
+    } else {
+      const int maxval = p.bits == 8 ? 255 : p.bits == 1 ? 1 : p.top_code;
+      header = "P7\nWIDTH " + std::to_string(p.width) + "\nHEIGHT " + std::to_string(p.height) +
+               "\nDEPTH 1\nMAXVAL " + std::to_string(maxval) + "\nTUPLTYPE " +
+               (p.bits == 1 ? "BLACKANDWHITE" : "GRAYSCALE") + "\nENDHDR\n";
+    }
+    put(header.data(), header.size());
+    row_.assign(format_ == Format::Pbm ? packed_bytes(p) : p.width, 0);
+  }
+
+  void write_row(unsigned char const* row) override {
+    Picture const& p = picture_;
+    if (format_ == Format::Pbm) {
+      copy_packed(p, row, row_.data());
+    } else if (format_ == Format::Pgm || p.bits == 8) {
+      render_grey(p, row, row_.data());
+    } else {  // PAM samples: paper at maxval
+      const unsigned top = p.bits == 1 ? 1u : static_cast<unsigned>(p.top_code);
+      for (std::uint32_t x = 0; x < p.width; ++x)
+        row_[x] = static_cast<unsigned char>(top - std::min(pixel(row, p.bits, x), top));
+    }
+    put(row_.data(), row_.size());
+  }
+
+  void end() override {}
+  void finish() override { flush(); }
+
+ private:
+  Format format_;
+  Picture picture_;
+  std::vector<unsigned char> row_;
+};
+
+class PngWriter final : public StreamWriter {
+ public:
+  PngWriter(std::FILE* out, std::string name) : StreamWriter(out, std::move(name)) {
+    handles_.png =
+        png_create_write_struct(PNG_LIBPNG_VER_STRING, this, &PngWriter::on_error, nullptr);
+    if (handles_.png == nullptr ||
+        (handles_.info = png_create_info_struct(handles_.png)) == nullptr)
+      throw WriteError(name_ + ": out of memory");
+  }
+
+  bool holds_several() const override { return false; }
+
+  void begin(Picture const& p) override {
+    if (begun_) throw Error(name_ + ": a PNG holds one picture (write TIFF or PNM for more)");
+    begun_ = true;
+    picture_ = p;
+    row_.assign(p.bits == 1 ? packed_bytes(p) : p.width, 0);
+    const int depth = p.bits == 1 ? 1 : 8;
+    guard([&] {
+      png_init_io(handles_.png, out_);
+      png_set_IHDR(handles_.png, handles_.info, p.width, p.height, depth, PNG_COLOR_TYPE_GRAY,
+                   PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+      if (p.x_dpi > 0 && p.y_dpi > 0)
+        png_set_pHYs(handles_.png, handles_.info, static_cast<png_uint_32>(p.x_dpi / 0.0254 + 0.5),
+                     static_cast<png_uint_32>(p.y_dpi / 0.0254 + 0.5), PNG_RESOLUTION_METER);
+      png_write_info(handles_.png, handles_.info);
+      if (depth == 1) png_set_invert_mono(handles_.png);  // PNG's 0 is black
+    });
+  }
+
+  void write_row(unsigned char const* row) override {
+    if (picture_.bits == 1)
+      copy_packed(picture_, row, row_.data());
+    else
+      render_grey(picture_, row, row_.data());
+    guard([&] { png_write_row(handles_.png, row_.data()); });
+  }
+
+  void end() override {
+    guard([&] { png_write_end(handles_.png, nullptr); });
+  }
+  void finish() override { flush(); }
+
+ private:
+  struct Handles {
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+    ~Handles() { png_destroy_write_struct(&png, &info); }
+  };
+
+  template <class Call>
+  void guard(Call&& call) {
+    if (setjmp(png_jmpbuf(handles_.png)))
+      throw WriteError("cannot write " + name_ + ": " + message_);
+    call();
+  }
+  static void on_error(png_structp png, png_const_charp message) {
+    auto* self = static_cast<PngWriter*>(png_get_error_ptr(png));
+    std::snprintf(self->message_, sizeof self->message_, "%s", message);
+    png_longjmp(png, 1);
+  }
+
+  Handles handles_;
+  Picture picture_;
+  bool begun_ = false;
+  std::vector<unsigned char> row_;
+  char message_[200] = {};
+};
+
+class TiffWriter final : public StreamWriter {
+ public:
+  TiffWriter(std::FILE* out, std::string name) : StreamWriter(out, std::move(name)) {
+    // libtiff seeks back to link its pages: streams that cannot seek get a
+    // temporary file, copied out at the end.
+    struct stat st {};
+    const int fd = ::fileno(out);
+    std::FILE* target = out;
+    if (fd < 0 || ::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || ::ftello(out) != 0) {
+      spool_ = std::tmpfile();
+      if (spool_ == nullptr) write_failed();
+      target = spool_;
+    }
+    tif_ = detail::open_tiff_stream(target, name_, "w");
+    if (tif_ == nullptr) throw WriteError("cannot write " + name_ + ": " + detail::tiff_error());
+  }
+
+  ~TiffWriter() override {
+    if (tif_ != nullptr) TIFFCleanup(tif_);
+    if (spool_ != nullptr) std::fclose(spool_);
+  }
+
+  void begin(Picture const& p) override {
+    picture_ = p;
+    TIFF* t = tif_;
+    const bool dots = p.bits == 1;
+    TIFFSetField(t, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
+    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, p.width);
+    TIFFSetField(t, TIFFTAG_IMAGELENGTH, p.height);
+    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, p.bits);
+    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(t, TIFFTAG_PHOTOMETRIC,
+                 p.bits == 8 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_MINISWHITE);
+    TIFFSetField(t, TIFFTAG_COMPRESSION, dots ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW);
+    TIFFSetField(t, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
+    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, dots ? p.height : TIFFDefaultStripSize(t, 0));
+    TIFFSetField(t, TIFFTAG_PAGENUMBER, page_++, 0);
+    if (!p.name.empty()) TIFFSetField(t, TIFFTAG_PAGENAME, p.name.c_str());
+    if (p.x_dpi > 0 && p.y_dpi > 0) {
+      TIFFSetField(t, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+      TIFFSetField(t, TIFFTAG_XRESOLUTION, static_cast<float>(p.x_dpi));
+      TIFFSetField(t, TIFFTAG_YRESOLUTION, static_cast<float>(p.y_dpi));
+    }
+    TIFFSetField(t, TIFFTAG_SOFTWARE, "halftone");
+    row_.assign(
+        std::max<std::size_t>(packed_bytes(p), static_cast<std::size_t>(TIFFScanlineSize(t))), 0);
+    y_ = 0;
+  }
+
+  void write_row(unsigned char const* row) override {
+    copy_packed(picture_, row, row_.data());  // the codec may change the row it is given
+    if (TIFFWriteScanline(tif_, row_.data(), y_++, 0) < 0) failed();
+  }
+
+  void end() override {
+    if (!TIFFWriteDirectory(tif_)) failed();
+  }
+
+  void finish() override {
+    TIFF* t = tif_;
+    tif_ = nullptr;
+    const bool flushed = TIFFFlush(t) != 0;
+    TIFFCleanup(t);
+    if (!flushed) failed();
+    if (spool_ != nullptr) {
+      if (std::fflush(spool_) != 0) write_failed();
+      std::rewind(spool_);
+      unsigned char buffer[1 << 16];
+      std::size_t got = 0;
+      while ((got = std::fread(buffer, 1, sizeof buffer, spool_)) != 0) put(buffer, got);
+    }
+    flush();
+  }
+
+ private:
+  [[noreturn]] void failed() const {
+    throw WriteError("cannot write " + name_ + ": " + detail::tiff_error());
+  }
+
+  TIFF* tif_ = nullptr;
+  std::FILE* spool_ = nullptr;
+  Picture picture_;
+  std::uint16_t page_ = 0;
+  std::uint32_t y_ = 0;
+  std::vector<unsigned char> row_;
+};
+
+}  // namespace
+
+std::unique_ptr<Writer> make_writer(Format format, std::FILE* stream, std::string const& name) {
+  switch (format) {
+    case Format::Pbm:
+    case Format::Pgm:
+    case Format::Pam:
+      return std::make_unique<PnmWriter>(format, stream, name);
+    case Format::Png:
+      return std::make_unique<PngWriter>(stream, name);
+    case Format::Tiff:
+      return std::make_unique<TiffWriter>(stream, name);
+    case Format::Raw:
+      break;
+  }
+  throw Error(name + ": raw output has no picture writer");
+}
+
+}  // namespace halftone::image
