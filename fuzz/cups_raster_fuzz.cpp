@@ -1,0 +1,15 @@
+// rastertohalftone's raster reading: any bytes as a CUPS raster stream, read
+// as the filter reads it (page headers checked, every line turned into grey
+// rows) until the stream ends or is refused.
+#include <cstddef>
+#include <cstdint>
+
+#include "fuzz_support.h"
+#include "raster.h"
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+  // Small pages keep each input quick; the reader's checks do not depend on the budget.
+  const long pages = halftone::cups_filter::read_raster_bytes(data, size, std::size_t{4} << 20);
+  halftone::fuzz::check(pages >= 0, "page count");
+  return 0;
+}

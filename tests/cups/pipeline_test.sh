@@ -1,0 +1,131 @@
+#!/bin/bash
+# rastertohalftone in a real CUPS chain. Installs the project into a staging
+# root as a packager would, gives cupsfilter a filter folder holding the
+# system's filters and the installed rastertohalftone, and prints a two-page
+# PDF written by Ghostscript with the installed PPD, grey and CMYK. Checks the
+# output pages and that their dots are the job API's for the raster the chain
+# fed the filter; then the filter alone: other screens, a cut stream, SIGTERM.
+#
+#   pipeline_test.sh BUILD FILTER_DIR MODEL_DIR RASTER_CHECK SYSTEM_SERVERBIN CUPSFILTER \
+#                    GREY_SCREEN CMYK_SCREEN
+set -euo pipefail
+build=$1 filter_dir=$2 model_dir=$3 check=$4 system_serverbin=$5 cupsfilter=$6
+grey_screen=$7 cmyk_screen=$8
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+fail() {
+  echo "FAIL: $*" >&2
+  exit 1
+}
+cd "$work"
+
+# Installed files, as cmake --install lays them out under DESTDIR: the
+# library (component runtime), the filter and the PPD (component cups).
+for component in runtime cups; do
+  DESTDIR="$work/root" cmake --install "$build" --component $component >>install.log
+done
+filter="$work/root$filter_dir/rastertohalftone"
+ppd="$work/root$model_dir/halftone.ppd"
+[ -x "$filter" ] || fail "cmake --install put no filter at $filter"
+[ -f "$ppd" ] || fail "cmake --install put no PPD at $ppd"
+
+# A CUPS filter folder: the system's filters and ours; cupsfilter reads it from ServerBin.
+mkdir -p serverbin/filter
+ln -s "$system_serverbin"/filter/* serverbin/filter/
+ln -sf "$filter" serverbin/filter/rastertohalftone
+printf 'ServerBin %s\n' "$work/serverbin" >cups-files.conf
+
+# Two pages: grey steps and ramps, then colour patches.
+cat >doc.ps <<'EOF'
+%!PS
+0 1 10 { /i exch def i 10 div setgray i 27 mul 0 27 420 rectfill } for
+0 1 99 { /i exch def 1 i 99 div sub setgray 0 i 2.1 mul 297 2.1 rectfill } for
+showpage
+1 0 0 setrgbcolor 0 0 99 420 rectfill
+0 0.6 1 setrgbcolor 99 0 99 210 rectfill
+0.9 0.8 0.1 setrgbcolor 198 0 99 420 rectfill
+0.3 0.3 0.3 setrgbcolor 99 210 99 210 rectfill
+showpage
+EOF
+ps2pdf -sPAPERSIZE=a6 doc.ps doc.pdf
+
+seed=1000
+chain=(-c "$work/cups-files.conf" -e -p "$ppd" -o PageSize=A6 -o Resolution=150dpi
+  -o HalftoneSeedTime=$seed)
+
+for model in Gray CMYK; do
+  # The raster the chain hands the filter, then the whole chain.
+  "$cupsfilter" "${chain[@]}" -o ColorModel=$model -m application/vnd.cups-raster doc.pdf \
+    >$model-in.ras 2>$model-in.log || fail "$model: rasterising failed: $(tail -5 $model-in.log)"
+  "$cupsfilter" "${chain[@]}" -o ColorModel=$model -m printer/halftone doc.pdf \
+    >$model-out.ras 2>$model-out.log || fail "$model: the chain failed: $(tail -5 $model-out.log)"
+  grep -q "rastertohalftone (PID [0-9]*) exited with no errors" $model-out.log ||
+    fail "$model: rastertohalftone did not run in the chain"
+
+  # Input: two 8-bit A6 pages at 150 dpi (the imageable area), K chunky or CMYK banded as the PPD asks.
+  if [ $model = Gray ]; then colours=1 space=3 order=0 screen=$grey_screen; else
+    colours=4 space=6 order=1 screen=$cmyk_screen
+  fi
+  expected_in="569 825 8 $colours $space $order"
+  [ "$("$check" pages $model-in.ras | sort -u)" = "$expected_in" ] ||
+    fail "$model: input pages are $("$check" pages $model-in.ras | tr '\n' ';')"
+  [ "$("$check" pages $model-in.ras | wc -l)" = 2 ] || fail "$model: not two input pages"
+  # Output: the same size, one bit a colour, K or CMYK banded.
+  expected_out="569 825 1 $colours $space $(( colours == 4 ? 1 : 0 ))"
+  [ "$("$check" pages $model-out.ras | sort -u)" = "$expected_out" ] ||
+    fail "$model: output pages are $("$check" pages $model-out.ras | tr '\n' ';')"
+  [ "$("$check" pages $model-out.ras | wc -l)" = 2 ] || fail "$model: not two output pages"
+  "$check" compare $model-in.ras $model-out.ras "$screen" $seed 64 ||
+    fail "$model: the chain's dots are not the job API's"
+
+  # The filter alone on the same raster writes the same bytes.
+  PPD="$ppd" "$filter" 1 user title 1 "ColorModel=$model HalftoneSeedTime=$seed" \
+    $model-in.ras >$model-alone.ras 2>$model-alone.log || fail "$model: the filter alone failed"
+  cmp -s $model-alone.ras $model-out.ras || fail "$model: the filter alone wrote other bytes"
+  grep -q "^PAGE: 2 1$" $model-alone.log || fail "$model: no PAGE: line for page 2"
+done
+
+# Other screens on the captured rasters: 2 and 4 bits, a screen whose set bit is paper.
+alone() {  # INPUT OUTPUT OPTIONS
+  PPD="$ppd" "$filter" 7 user title 1 "$3" "$1" >"$2" 2>alone.log ||
+    fail "filter failed with $3: $(cat alone.log)"
+}
+alone CMYK-in.ras cmyk2.ras \
+  "HalftoneScreen=four-level HalftoneLevels=Custom.0,60,150,255 HalftoneSeedTime=$seed HalftoneBandHeight=32"
+"$check" compare CMYK-in.ras cmyk2.ras four-level $seed 32 0,60,150,255 || fail "four-level CMYK"
+alone Gray-in.ras grey4.ras "HalftoneScreen=eight-level-fixed HalftoneSeedTime=$seed HalftoneBandHeight=5"
+"$check" compare Gray-in.ras grey4.ras eight-level-fixed $seed 5 || fail "eight-level-fixed grey"
+alone Gray-in.ras paper.ras "HalftoneScreen=inverted-thirds HalftoneSeedTime=$seed"
+"$check" compare Gray-in.ras paper.ras inverted-thirds $seed 64 --paper || fail "inverted-thirds"
+
+# Refusals: a cut stream, an unknown screen, a screen that needs the whole page.
+size=$(stat -c %s Gray-in.ras)
+head -c $((size * 3 / 4)) Gray-in.ras >cut.ras
+status=0
+PPD="$ppd" "$filter" 1 user title 1 "" cut.ras >cut-out.ras 2>cut.log || status=$?
+[ $status -ne 0 ] || fail "a cut raster stream exited 0"
+grep -q "^ERROR: .*truncated" cut.log || fail "a cut raster stream gave no ERROR: line: $(cat cut.log)"
+for options in "HalftoneScreen=no-such-screen" "HalftoneScreen=random-direction-page" \
+  "HalftoneBandHeight=0"; do
+  status=0
+  PPD="$ppd" "$filter" 1 user title 1 "$options" Gray-in.ras >refused.ras 2>refused.log || status=$?
+  [ $status -ne 0 ] && grep -q "^ERROR: " refused.log || fail "$options was not refused"
+done
+
+# SIGTERM while the filter waits for input: it ends the page it began and exits 0.
+mkfifo slow.ras
+PPD="$ppd" "$filter" 1 user title 1 "" slow.ras >stopped.ras 2>stopped.log &
+pid=$!
+exec 3>slow.ras
+head -c $((size / 4)) Gray-in.ras >&3
+sleep 0.5
+kill -TERM $pid
+status=0
+wait $pid || status=$?
+exec 3>&-
+[ $status -eq 0 ] || fail "SIGTERM: exit status $status: $(cat stopped.log)"
+grep -q "^INFO: Stopped" stopped.log || fail "SIGTERM: no INFO: line"
+[ "$("$check" pages stopped.ras)" = "569 825 1 1 3 0" ] || fail "SIGTERM: the page was not ended"
+
+echo "cups pipeline: grey and CMYK chains, three more screens, refusals and SIGTERM all pass"
