@@ -1,5 +1,7 @@
 #include "page.h"
 
+#include <chrono>
+#include <ctime>
 #include <map>
 #include <random>
 
@@ -27,6 +29,18 @@ std::vector<unsigned char> const& test_page(std::uint32_t planes) {
     }
   return page;
 }
+
+namespace {
+
+double now() {
+  if (page_size().cpu_time) return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace
+
+Stopwatch::Stopwatch() : start_(now()) {}
+double Stopwatch::seconds() const { return now() - start_; }
 
 double report_megapixels(benchmark::State& state, std::uint64_t pixels_per_iteration,
                          double seconds, double yardstick) {

@@ -16,6 +16,7 @@ struct PageSize {
   std::uint32_t planes = 4;  // of the banded screens; whole-page screens take one
   std::uint32_t band_height = 64;
   std::uint32_t threads = 1;  // the jobs' "threads" option
+  bool cpu_time = false;      // rates over the process's CPU time, not the wall clock
 };
 
 // The size every benchmark of this run uses (set from the command line).
@@ -30,6 +31,18 @@ constexpr std::size_t packed_row(std::uint32_t width, unsigned bits) {
 // ramps with some texture, the kind of content a screen meets in print.
 // Built once a plane count and kept.
 std::vector<unsigned char> const& test_page(std::uint32_t planes);
+
+// Seconds since it was made: of the wall clock, or of the process's CPU
+// time with page_size().cpu_time (a fairer measure on a machine others load,
+// for jobs that run in one thread).
+class Stopwatch {
+ public:
+  Stopwatch();
+  double seconds() const;
+
+ private:
+  double start_;
+};
 
 // Reports MP/s, all planes counted, over the `seconds` of wall time that
 // the state's iterations took, and its share in percent of the yardstick

@@ -3,7 +3,6 @@
 // one call. Each row reports MP/s and its share of the yardstick of its kind:
 // screens that carry nothing from pixel to pixel against the threshold loop,
 // the others against the serial diffusion loop.
-#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -86,7 +85,7 @@ void run_screen(benchmark::State& state, halftone_screen_info const* info) {
   std::vector<unsigned char> out(out_row * out_rows * planes * bands);
   const double yardstick = yardstick_rate(yardstick_of(*info));
 
-  const auto start = std::chrono::steady_clock::now();
+  const Stopwatch watch;
   for (auto _ : state) {
     for (std::uint32_t y = 0; y < size.height; y += band) {
       const std::uint32_t rows = size.height - y < band ? size.height - y : band;
@@ -105,8 +104,7 @@ void run_screen(benchmark::State& state, halftone_screen_info const* info) {
     benchmark::DoNotOptimize(out.data());
     benchmark::ClobberMemory();
   }
-  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-  report_megapixels(state, std::uint64_t{size.width} * size.height * planes, took.count(),
+  report_megapixels(state, std::uint64_t{size.width} * size.height * planes, watch.seconds(),
                     yardstick);
 }
 
