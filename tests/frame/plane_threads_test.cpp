@@ -1,0 +1,53 @@
+// Plane runs: every plane screened once, in order within its run, with the
+// caller's state in force on every thread.
+#include "frame/plane_threads.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+namespace halftone {
+namespace {
+
+TEST(PlaneThreads, EveryPlaneOnceWithTheCallersState) {
+  struct Case {
+    std::uint32_t planes;
+    unsigned threads;
+    std::uint32_t runs;
+  };
+  for (Case c : {Case{4, 2, 2}, Case{4, 3, 3}, Case{3, 8, 3}, Case{5, 1, 1}, Case{5, 0, 1},
+                 Case{1, 4, 1}, Case{0, 4, 0}}) {
+    SCOPED_TRACE(testing::Message() << c.planes << " planes, " << c.threads << " threads");
+    ScreenState job;
+    ActiveState active(job);
+    std::mutex m;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> runs;
+    std::vector<int> seen(c.planes, 0);
+    bool same_state = true;
+    for_plane_runs(c.planes, c.threads, [&](std::uint32_t first, std::uint32_t end) {
+      std::lock_guard<std::mutex> lock(m);
+      same_state = same_state && &state() == &job;
+      if (end > first) runs.emplace_back(first, end);
+      for (std::uint32_t p = first; p < end; ++p) ++seen[p];
+    });
+    EXPECT_TRUE(same_state);
+    EXPECT_EQ(runs.size(), c.runs);
+    for (int n : seen) EXPECT_EQ(n, 1);
+  }
+}
+
+TEST(PlaneThreads, AFailureInAnyRunReachesTheCaller) {
+  for (std::uint32_t failing : {0u, 1u, 2u}) {
+    EXPECT_THROW(for_plane_runs(3, 3,
+                                [&](std::uint32_t first, std::uint32_t) {
+                                  if (first == failing) throw std::bad_alloc();
+                                }),
+                 std::bad_alloc);
+  }
+}
+
+}  // namespace
+}  // namespace halftone
