@@ -3,8 +3,8 @@
 Everything here works on plain arrays, whatever made them: the screens of
 this package, a NumPy model, or random numbers. Ink is measured as a
 fraction of full coverage: a one-bit code 1 is a full dot, a multi-level code
-counts as ``code / highest code`` (so a two-bit code 2 is two thirds of a
-dot). Greys follow the library's convention: 0 is black, 255 white, so the
+counts as ``code / full`` where ``full`` is the code of a full dot (so with
+two-bit codes 0-3, code 2 is two thirds of a dot). Greys follow the library's convention: 0 is black, 255 white, so the
 ideal coverage of grey ``g`` is ``(255 - g) / 255``.
 
 The functions:
@@ -16,6 +16,8 @@ The functions:
   patch, its anisotropy and the share of its energy at low frequencies;
 * :func:`edge_lag` measures how late a screen reaches a tone after a step
   from paper or solid ink;
+* :func:`seen_error` compares screened detail with the original through a
+  blur like the eye's;
 * :func:`benchmark_speeds` and :func:`speed_of` read a Google Benchmark JSON
   report;
 * :func:`bayer_matrix`, :func:`threshold_screen` and :func:`white_noise` are
@@ -34,6 +36,10 @@ import numpy as np
 #: eye sees at print distance.
 LOW_FREQUENCY_CUT = 0.1
 
+#: How far (pixels) the eye blurs a print at reading distance, for
+#: :func:`seen_error`: about 0.1 mm at 600 dots an inch.
+EYE_SIGMA = 1.5
+
 #: Rings of fewer frequency bins than this get no anisotropy.
 MIN_RING_BINS = 16
 
@@ -49,19 +55,23 @@ def highest_code(bits: int) -> int:
     return (1 << bits) - 1
 
 
-def ink(codes, bits: int = 1, inverted: bool = False) -> np.ndarray:
-    """Ink of every pixel as a float in [0, 1].
+def ink(codes, full: int = 1, inverted: bool = False) -> np.ndarray:
+    """Ink of every pixel as a float in [0, 1]: the code over ``full``, the
+    code of a full dot (1 for one-bit screens; for multi-level ones the
+    highest code the screen writes, at most ``highest_code(bits)``).
 
     ``inverted`` is for screens whose set bit is paper: their ink is one less
     the code's share.
     """
-    share = np.asarray(codes, dtype=np.float64) / highest_code(bits)
+    if full <= 0:
+        raise ValueError(f"the code of a full dot must be positive, not {full!r}")
+    share = np.asarray(codes, dtype=np.float64) / full
     return 1.0 - share if inverted else share
 
 
-def coverage(codes, bits: int = 1, inverted: bool = False) -> float:
+def coverage(codes, full: int = 1, inverted: bool = False) -> float:
     """Mean ink of a patch: the dot fraction, or the mean dot size."""
-    return float(ink(codes, bits, inverted).mean())
+    return float(ink(codes, full, inverted).mean())
 
 
 def ideal_coverage(grey):
@@ -149,7 +159,13 @@ class Spectrum:
     mean: float
     cut: float = LOW_FREQUENCY_CUT
     blocks: int = 1
+    ring_bins: np.ndarray | None = None  # frequency bins in each ring
     notes: list = field(default_factory=list)
+
+    def peak_frequency(self) -> float:
+        """The frequency of the strongest ring of at least ``MIN_RING_BINS`` bins."""
+        wide = self.ring_bins >= MIN_RING_BINS
+        return float(self.frequency[wide][np.argmax(self.power[wide])])
 
 
 def _periodogram(patch: np.ndarray, block: int) -> tuple[np.ndarray, int]:
@@ -220,6 +236,7 @@ def spectrum(ink_patch, block: int = 128, cut: float = LOW_FREQUENCY_CUT) -> Spe
         mean=mean,
         cut=cut,
         blocks=count,
+        ring_bins=sizes,
         notes=notes,
     )
 
@@ -246,6 +263,27 @@ def edge_lag(profile, steady: float) -> float:
     if steady <= 0:
         return 0.0
     return float(np.sum(steady - profile) / steady)
+
+
+def blur(image, sigma: float) -> np.ndarray:
+    """``image`` blurred by a Gaussian of ``sigma`` pixels (edges mirrored)."""
+    image = np.asarray(image, dtype=np.float64)
+    radius = max(1, int(math.ceil(3 * sigma)))
+    taps = np.exp(-0.5 * (np.arange(-radius, radius + 1) / sigma) ** 2)
+    taps /= taps.sum()
+    out = np.pad(image, radius, mode="symmetric")
+    out = np.apply_along_axis(np.convolve, 0, out, taps, mode="valid")
+    return np.apply_along_axis(np.convolve, 1, out, taps, mode="valid")
+
+
+def seen_error(ink_image, ideal, sigma: float = EYE_SIGMA) -> float:
+    """Root-mean-square difference, as the eye sees it, between screened ink
+    and the ideal ink: both blurred by a Gaussian of ``sigma`` pixels. A
+    screen that renders the detail of ``ideal`` faithfully scores near 0."""
+    ink_image, ideal = np.asarray(ink_image), np.asarray(ideal)
+    if ink_image.shape != ideal.shape:
+        raise ValueError(f"shapes differ: {ink_image.shape} and {ideal.shape}")
+    return float(np.sqrt(np.mean((blur(ink_image, sigma) - blur(ideal, sigma)) ** 2)))
 
 
 def bayer_matrix(order: int = 16) -> np.ndarray:

@@ -184,6 +184,21 @@ def sample_picture() -> np.ndarray:
     return page
 
 
+# Ways a screen may write its page turned over (besides its layout's turn).
+TURNS = (
+    ("", lambda a: a),
+    ("upside down", np.flipud),
+    ("mirrored", np.fliplr),
+    ("half turned", lambda a: np.rot90(a, 2)),
+)
+
+# Parts of the sample picture compared with the original through the eye's blur.
+SAMPLE_REGIONS = (
+    ("photo", slice(0, 128), slice(0, 128)),  # the ramp's light half and the shaded ball
+    ("type", slice(48, 128), slice(128, 256)),  # type and hairlines
+)
+
+
 def _flat(grey: int, rows: int, cols: int) -> np.ndarray:
     return np.full((rows, cols), grey, dtype=np.uint8)
 
@@ -247,6 +262,7 @@ class _Screener:
     def __init__(self, module, setting: Setting, seed_time: int):
         self.module, self.setting, self.seed_time = module, setting, seed_time
         self.inverted = False
+        self.full = 1
 
     def codes(self, picture: np.ndarray) -> np.ndarray:
         out = self.module.screen(picture, self.setting.screen.id, seed_time=self.seed_time,
@@ -259,7 +275,7 @@ class _Screener:
         return out
 
     def ink(self, picture: np.ndarray) -> np.ndarray:
-        return measure.ink(self.codes(picture), self.setting.screen.bits, self.inverted)
+        return measure.ink(self.codes(picture), self.full, self.inverted)
 
 
 def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Result:
@@ -267,7 +283,12 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
     s = setting.screen
     screener = _Screener(module, setting, seed_time)
     greys = np.arange(256)
-    raw = np.array([screener.ink(_flat(g, patch, patch)).mean() for g in greys])
+    codes = [screener.codes(_flat(g, patch, patch)) for g in greys]
+    # A full dot is the highest code the screen writes (multi-level screens may
+    # use fewer codes than their bits hold).
+    screener.full = max(int(max(c.max() for c in codes)), 0) or measure.highest_code(s.bits)
+    raw = np.array([c.mean() for c in codes]) / screener.full
+    del codes
     # A screen whose set bit is paper prints more set bits on white than on black.
     screener.inverted = bool(raw[255] > raw[0])
     cover = 1.0 - raw if screener.inverted else raw
@@ -283,7 +304,6 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
         band = slice(STEP_LEAD, STEP_LEAD + STEP_BAND)
         lag_x = measure.edge_lag(screener.ink(across)[:, band].mean(axis=0), spec.mean)
         lag_y = measure.edge_lag(screener.ink(down)[band, :].mean(axis=1), spec.mean)
-        peak = int(np.argmax(spec.power))
         spectra.append((share, grey, spec))
         texture.append({
             "share": share,
@@ -291,11 +311,19 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
             "coverage": spec.mean,
             "low_share": spec.low_share,
             "anisotropy_db": spec.anisotropy_db,
-            "peak_frequency": float(spec.frequency[peak]),
+            "peak_frequency": spec.peak_frequency(),
             "edge_lag_across": lag_x,
             "edge_lag_down": lag_y,
         })
-    sample = screener.ink(sample_picture())
+    picture = sample_picture()
+    ideal = measure.ideal_coverage(picture)
+    # Some utilities write their page turned over; the sample is shown, and
+    # compared, the way round that matches the source best.
+    screened = screener.ink(picture)
+    turned, sample = min(((name, turn(screened)) for name, turn in TURNS),
+                         key=lambda c: measure.seen_error(c[1], ideal))
+    seen = {name: measure.seen_error(sample[rows, cols], ideal[rows, cols])
+            for name, rows, cols in SAMPLE_REGIONS}
 
     def mean_of(key):
         values = [t[key] for t in texture if math.isfinite(t[key])]
@@ -308,6 +336,8 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
         "bits": s.bits,
         "setting": setting.description,
         "inverted": screener.inverted,
+        "turned": turned,
+        "full_code": screener.full,
         "max_deviation": tone.max_deviation,
         "deviation_grey": tone.deviation_grey,
         "mean_deviation": float(np.mean(np.abs(cover - tone.ideal))),
@@ -321,6 +351,8 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
         "anisotropy_db": mean_of("anisotropy_db"),
         "edge_lag": float(np.mean([abs(t["edge_lag_across"]) + abs(t["edge_lag_down"])
                                    for t in texture]) / 2),
+        "type_error": seen["type"],
+        "photo_error": seen["photo"],
         "texture": texture,
         "coverage": cover.tolist(),
     }
@@ -369,6 +401,7 @@ TABLE_COLUMNS = (
     ("entry", "entry", "{}", "fixed entry point name"),
     ("family", "family", "{}", ""),
     ("bits", "bits", "{}", "output bits a pixel"),
+    ("full_code", "full", "{}", "highest code the screen writes: a full dot"),
     ("max_deviation", "max dev %", "pct", "largest |coverage - ideal| over greys 0-255"),
     ("deviation_grey", "at grey", "{}", "where the largest deviation is"),
     ("mean_deviation", "mean dev %", "pct", "mean |coverage - ideal|"),
@@ -380,6 +413,10 @@ TABLE_COLUMNS = (
     ("anisotropy_db", "anisotropy dB", "{:.1f}",
      "ring variance over a random pattern's, mean of four tones (0 = isotropic)"),
     ("edge_lag", "edge lag px", "{:.1f}", "ink missing at the start of a grey band, in pixels"),
+    ("type_error", "type err %", "pct",
+     "how far screened grey type and hairlines look from the original (blurred as by the eye)"),
+    ("photo_error", "photo err %", "pct",
+     "how far the screened ramp and shaded ball look from the original (blurred as by the eye)"),
     ("speed", "MP/s", "{:.0f}", "megapixels a second from the benchmark report"),
 )
 
@@ -514,20 +551,28 @@ def _names(rows, describe, count=3):
     parts = []
     for r in rows[:count]:
         n = r.numbers
+        mark = "*" if r.setting.files else ""
         parts.append(f'<a href="#{html.escape(n["id"])}"><code>{html.escape(n["id"])}</code></a>'
-                     f" ({describe(n)})")
+                     f"{mark} ({describe(n)})")
     if not parts:
         return ""
     return parts[0] if len(parts) == 1 else ", ".join(parts[:-1]) + " and " + parts[-1]
 
 
 def _pct(v):
-    return f"{100 * v:.1f}%"
+    v *= 100
+    return f"{v:.2g}%" if abs(v) < 10 else f"{v:.0f}%"
+
+
+def _finite(n, *keys):
+    return all(isinstance(n.get(k), (int, float)) and math.isfinite(n[k]) for k in keys)
 
 
 def guide(results, have_speeds: bool) -> list[tuple[str, str]]:
-    """(heading, HTML text) paragraphs ranking the screens for four jobs."""
+    """(heading, HTML text) paragraphs ranking the screens for four jobs and
+    naming the ones to watch; every statement comes from the numbers."""
     rows = _measured(results)
+    one_bit = [r for r in rows if r.numbers["bits"] == 1]
     white = measure.white_noise_low_share()
     out = []
 
@@ -535,49 +580,54 @@ def guide(results, have_speeds: bool) -> list[tuple[str, str]]:
         return n["max_deviation"]
 
     # Photographs: smooth (little low-frequency energy), isotropic, faithful.
-    faithful = [r for r in rows if r.numbers["monotonic"] and dev(r.numbers) <= PHOTO_MAX_DEVIATION
-                and r.numbers["low_share"] is not None and math.isfinite(r.numbers["low_share"])]
+    faithful = [r for r in one_bit if r.numbers["monotonic"]
+                and dev(r.numbers) <= PHOTO_MAX_DEVIATION
+                and _finite(r.numbers, "low_share", "anisotropy_db")]
     smooth = sorted((r for r in faithful if r.numbers["anisotropy_db"] <= PHOTO_MAX_ANISOTROPY),
                     key=lambda r: (r.numbers["low_share"], r.numbers["id"]))
     gridded = sorted((r for r in faithful if r.numbers["anisotropy_db"] > PHOTO_MAX_ANISOTROPY),
-                     key=lambda r: -r.numbers["anisotropy_db"])
+                     key=lambda r: (-r.numbers["anisotropy_db"], r.numbers["id"]))
     if smooth:
-        text = (f"Smoothest texture among the {len(faithful)} screens whose tone response is "
-                f"monotonic and within {_pct(PHOTO_MAX_DEVIATION)} of the ideal: "
-                + _names(smooth, lambda n: f"{_pct(n['low_share'])} of the texture energy below "
-                         f"{measure.LOW_FREQUENCY_CUT} cycles/pixel, "
+        text = (f"Of the {len(faithful)} one-bit screens whose tone response is monotonic and "
+                f"within {_pct(PHOTO_MAX_DEVIATION)} of the ideal, the smoothest texture: "
+                + _names(smooth, lambda n: f"{_pct(n['low_share'])} of the texture energy "
+                         f"below {measure.LOW_FREQUENCY_CUT} cycles/pixel, "
                          f"{n['anisotropy_db']:.1f} dB anisotropy")
                 + f". White noise puts {_pct(white)} there; lower is smoother to the eye.")
-        worst = sorted(smooth, key=lambda r: -r.numbers["low_share"])[0]
-        text += (f" The coarsest of them is <code>{html.escape(worst.numbers['id'])}</code> "
-                 f"({_pct(worst.numbers['low_share'])}).")
+        if len(smooth) > 3:
+            worst = smooth[-1].numbers
+            text += (f" The coarsest of the {len(smooth)} is "
+                     f"<code>{html.escape(worst['id'])}</code> ({_pct(worst['low_share'])}).")
         if gridded:
-            text += (f" Left out for a regular grid texture (anisotropy above "
+            text += (f" Left out for a regular or streaky texture (anisotropy above "
                      f"{PHOTO_MAX_ANISOTROPY:.0f} dB): "
-                     + _names(gridded, lambda n: f"{n['anisotropy_db']:.1f} dB", 4) + ".")
+                     + _names(gridded, lambda n: f"{n['anisotropy_db']:.1f} dB", 4)
+                     + (f" and {len(gridded) - 4} more" if len(gridded) > 4 else "") + ".")
     else:
-        text = "No screen has a monotonic tone response within " \
-               f"{_pct(PHOTO_MAX_DEVIATION)} and an isotropic texture."
+        text = ("No one-bit screen has a monotonic tone response within "
+                f"{_pct(PHOTO_MAX_DEVIATION)} and an isotropic texture.")
     out.append(("Photographs", text))
 
-    # Text and line art: sharp edges, solid black and clean paper, faithful tone.
-    clean = [r for r in rows if dev(r.numbers) <= TEXT_MAX_DEVIATION
-             and r.numbers["black"] >= 0.99 and r.numbers["white"] <= 0.01]
-    sharp = sorted(clean, key=lambda r: (round(r.numbers["edge_lag"], 1), dev(r.numbers),
-                                         r.numbers["id"]))
+    # Text and line art: small grey type rendered faithfully; solid black, clean paper.
+    clean = [r for r in one_bit if dev(r.numbers) <= TEXT_MAX_DEVIATION
+             and r.numbers["black"] >= 0.99 and r.numbers["white"] <= 0.01
+             and _finite(r.numbers, "type_error")]
+    sharp = sorted(clean, key=lambda r: (r.numbers["type_error"], r.numbers["id"]))
     if sharp:
-        text = ("Sharpest edges among the screens that print black solid (99% or more), "
-                f"leave white clean and stay within {_pct(TEXT_MAX_DEVIATION)} of the ideal tone: "
-                + _names(sharp, lambda n: f"{n['edge_lag']:.1f} px of ink missing at a grey "
-                         f"edge, first dot at grey {n['first_dot']}")
-                + ". Screens that lag reach a grey stroke's tone only some pixels into it, "
-                  "so thin grey type and hairlines thin out or break up.")
-        laggards = sorted(clean, key=lambda r: -r.numbers["edge_lag"])
-        if laggards and laggards[0].numbers["edge_lag"] >= 2:
-            text += " Slowest to reach a tone: " + _names(
-                laggards, lambda n: f"{n['edge_lag']:.1f} px", 3) + "."
+        text = ("Of the one-bit screens that print black solid (99% or more), leave white clean "
+                f"and stay within {_pct(TEXT_MAX_DEVIATION)} of the ideal tone, the most faithful "
+                "grey type and hairlines: "
+                + _names(sharp, lambda n: f"{_pct(n['type_error'])} seen error on the type, "
+                         f"edge lag {n['edge_lag']:.1f} px")
+                + f". The least faithful is <code>{html.escape(sharp[-1].numbers['id'])}</code> "
+                  f"({_pct(sharp[-1].numbers['type_error'])}).")
+        lagging = sorted((r for r in clean if r.numbers["edge_lag"] >= 1),
+                         key=lambda r: -r.numbers["edge_lag"])
+        if lagging:
+            text += (" Slow to reach a tone at an edge, so thin grey strokes thin out: "
+                     + _names(lagging, lambda n: f"{n['edge_lag']:.1f} px", 3) + ".")
     else:
-        text = "No screen prints black solid and white clean within the tone limit."
+        text = "No one-bit screen prints black solid and white clean within the tone limit."
     out.append(("Text and line art", text))
 
     # Fast proofs: speed among acceptable screens.
@@ -599,20 +649,20 @@ def guide(results, have_speeds: bool) -> list[tuple[str, str]]:
                 "bench.json</code> to rank the screens by speed.")
     out.append(("Fast proofs", text))
 
-    # Multi-level heads: per bit depth, by tone fidelity and smoothness together.
+    # Multi-level heads: per bit depth, by how close the sample looks to the original.
     parts = []
     for bits in (2, 4):
-        group = [r for r in rows if r.numbers["bits"] == bits]
-        if not group:
-            continue
-        by_dev = sorted(group, key=lambda r: dev(r.numbers))
-        by_low = sorted(group, key=lambda r: r.numbers["low_share"])
-        score = {r.numbers["id"]: by_dev.index(r) + by_low.index(r) for r in group}
-        ranked = sorted(group, key=lambda r: (score[r.numbers["id"]], r.numbers["id"]))
-        parts.append(f"{bits}-bit heads ({len(group)} screens), best on tone and smoothness "
-                     "together: " + _names(ranked, lambda n: f"max deviation "
-                                           f"{_pct(n['max_deviation'])}, low-frequency "
-                                           f"{_pct(n['low_share'])}", 2) + ".")
+        group = sorted((r for r in rows if r.numbers["bits"] == bits
+                        and _finite(r.numbers, "type_error", "photo_error")),
+                       key=lambda r: (r.numbers["type_error"] + r.numbers["photo_error"],
+                                      r.numbers["id"]))
+        if group:
+            parts.append(
+                f"{bits}-bit heads ({len(group)} screen{'s' if len(group) > 1 else ''}), closest to the original as the eye "
+                "sees it (ramp, shaded ball and type): "
+                + _names(group, lambda n: f"seen error {_pct(n['photo_error'])} on the picture, "
+                         f"{_pct(n['type_error'])} on the type; tone within "
+                         f"{_pct(n['max_deviation'])}; full dot code {n['full_code']}", 2) + ".")
     out.append(("Multi-level heads", " ".join(parts) or "No multi-level screen was measured."))
 
     # Warnings that follow from the numbers.
@@ -641,8 +691,16 @@ def guide(results, have_speeds: bool) -> list[tuple[str, str]]:
                     + _names(off, lambda n: f"{_pct(n['max_deviation'])} at grey "
                              f"{n['deviation_grey']}", 6) + (
                         f" and {len(off) - 6} more" if len(off) > 6 else "") + ".")
+    turned = [r for r in rows if r.numbers.get("turned")]
+    if turned:
+        warn.append("Page written turned over: " + _names(
+            turned, lambda n: n["turned"], 6) + ".")
     if warn:
         out.append(("Watch out for", " ".join(warn)))
+    if any(r.setting.files for r in rows):
+        out.append(("Data files", "Screens marked * read data files; they were measured with the "
+                         'clustered-dot files made for this report (<a href="data/">data/</a>), '
+                         "and their numbers describe those files as much as the screen."))
     return out
 
 
@@ -659,6 +717,7 @@ table.numbers th, table.numbers td { border: 1px solid #ccc; padding: 2px 6px; }
 table.numbers th { background: #eee; cursor: pointer; position: sticky; top: 0; }
 table.numbers th.sorted-up::after { content: " \\25B2"; }
 table.numbers th.sorted-down::after { content: " \\25BC"; }
+table.numbers td:first-child { white-space: nowrap; }
 table.numbers td.n { text-align: right; font-variant-numeric: tabular-nums; }
 table.numbers tr.skipped td { color: #999; }
 section.screen { border-top: 1px solid #ccc; margin-top: 1.2em; padding-top: .4em; }
@@ -716,6 +775,8 @@ def _table(results) -> str:
         else:
             if n.get("inverted"):
                 note.append("set bit is paper")
+            if n.get("turned"):
+                note.append(f"page comes out {n['turned']}")
             if not n.get("monotonic"):
                 note.append("not monotonic")
         cls = ' class="skipped"' if "skipped" in n else ""
@@ -743,6 +804,10 @@ def _screen_section(r: Result) -> str:
              f"black prints {_pct(n['black'])}, white {_pct(n['white'])}"]
     if n.get("inverted"):
         facts.append("set bit is paper (measured as such)")
+    if n.get("turned"):
+        facts.append(f"the page comes out {n['turned']} (the sample is shown turned back)")
+    if s.bits > 1:
+        facts.append(f"full dot is code {n['full_code']} of {measure.highest_code(s.bits)}")
     if n.get("speed") is not None:
         facts.append(f"{n['speed']:.0f} MP/s")
     parts.append("<p>" + "; ".join(facts) + ".</p>")
@@ -778,7 +843,7 @@ def _method(seed_time: int, patch: int, bench: str | None) -> str:
 <ul>
 <li><b>Tone response.</b> Every grey 0-255 is screened as its own flat {patch} &times; {patch}
 page; coverage is the share of dots (for two- and four-bit screens the mean code over the
-highest code). The ideal coverage of grey g is (255 - g) / 255. A screen that sets more bits on
+highest code the screen writes on any grey, its full dot). The ideal coverage of grey g is (255 - g) / 255. A screen that sets more bits on
 white than on black prints paper with its set bits and is measured the other way round. The
 response is called monotonic when no lighter grey prints more than
 {_pct(measure.MONOTONIC_TOLERANCE)} more ink than the grey below it. The first dot is the

@@ -52,14 +52,15 @@ def test_tone_response_accepts_greys_in_any_order():
     assert (a.max_deviation, a.deviation_grey) == (b.max_deviation, b.deviation_grey)
 
 
-@pytest.mark.parametrize("codes, bits, inverted, expect", [
+@pytest.mark.parametrize("codes, full, inverted, expect", [
     ([[0, 1], [1, 1]], 1, False, 0.75),
     ([[0, 1], [1, 1]], 1, True, 0.25),
-    ([[0, 1], [2, 3]], 2, False, 0.5),
-    ([[15, 5]], 4, False, 2 / 3),
+    ([[0, 1], [2, 3]], 3, False, 0.5),
+    ([[15, 5]], 15, False, 2 / 3),
+    ([[7, 0]], 7, False, 0.5),  # eight levels in four-bit codes
 ])
-def test_coverage_of_codes(codes, bits, inverted, expect):
-    assert measure.coverage(codes, bits, inverted) == pytest.approx(expect)
+def test_coverage_of_codes(codes, full, inverted, expect):
+    assert measure.coverage(codes, full, inverted) == pytest.approx(expect)
 
 
 # ---- Texture ----
@@ -115,6 +116,17 @@ def test_threshold_screen_has_no_edge_lag():
     page[:, 32:96] = 191
     dots = measure.threshold_screen(page, BAYER)
     assert measure.edge_lag(dots[:, 32:96].mean(axis=0), bayer_coverage(191)) == 0
+
+
+@pytest.mark.parametrize("name, screened, expect", [
+    ("the original itself", np.full((64, 64), 0.5), 0.0),
+    ("a checkerboard, finer than the eye", np.indices((64, 64)).sum(axis=0) % 2, 0.0),
+    ("white noise", measure.white_noise((64, 64), 0.5, seed=3), 0.5 / (2 * 1.5 * math.pi**0.5)),
+    ("solid ink", np.ones((64, 64)), 0.5),
+])
+def test_seen_error_against_mid_grey(name, screened, expect):
+    error = measure.seen_error(screened, np.full((64, 64), 0.5))
+    assert error == pytest.approx(expect, abs=0.02), name
 
 
 # ---- Benchmark reports ----
