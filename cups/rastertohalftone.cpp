@@ -114,13 +114,18 @@ bool writes_paper(std::string const& screen, Settings const& settings, std::stri
 class Filter {
  public:
   Filter(Settings settings, ppd_file_t* ppd) : settings_(std::move(settings)), ppd_(ppd) {}
+  Filter(Filter const&) = delete;
+  Filter& operator=(Filter const&) = delete;
+  ~Filter() {
+    if (out_ != nullptr) cupsRasterClose(out_);
+  }
 
-  // Screens every page from `in` to `out`. Returns the exit status.
-  int run(cups_raster_t* in, cups_raster_t* out) {
+  // Screens every page from `in` to standard output. Returns the exit status.
+  int run(cups_raster_t* in) {
     cups_page_header2_t header;
     while (!g_stop && cupsRasterReadHeader2(in, &header)) {
       ++page_number_;
-      if (!screen_page(in, out, header)) return 1;
+      if (!screen_page(in, header)) return 1;
     }
     if (g_stop) {
       report("INFO", "Stopped on request after %d page(s)", page_number_);
@@ -149,7 +154,7 @@ class Filter {
     return paper;
   }
 
-  bool screen_page(cups_raster_t* in, cups_raster_t* out, cups_page_header2_t const& header) {
+  bool screen_page(cups_raster_t* in, cups_page_header2_t const& header) {
     InputPage page;
     if (std::string why = read_input_page(header, page); !why.empty()) return fail(why);
     const std::string screen = screen_for(settings_, ppd_, page.planes);
@@ -179,7 +184,10 @@ class Filter {
     } catch (std::bad_alloc const&) {
       return fail("not enough memory for bands of " + std::to_string(band) + " rows");
     }
-    if (!cupsRasterWriteHeader2(out, &out_header)) return fail("cannot write the page header");
+    // The output opens with the first page, so that a refused start writes nothing.
+    if (out_ == nullptr && (out_ = cupsRasterOpen(1, CUPS_RASTER_WRITE_COMPRESSED)) == nullptr)
+      return fail(std::string("cannot open the output: ") + cupsRasterErrorString());
+    if (!cupsRasterWriteHeader2(out_, &out_header)) return fail("cannot write the page header");
     report("INFO", "Screening page %d (%u x %u, %s) with %s, %d bit(s) a colour", page_number_,
            page.width, page.height, page.planes == 1 ? "grey" : "CMYK", screen.c_str(), bits);
     std::fprintf(stderr, "PAGE: %d %u\n", page_number_, std::max(header.NumCopies, 1u));
@@ -190,7 +198,7 @@ class Filter {
       const std::uint32_t rows = std::min(band, page.height - y);
       for (std::uint32_t r = 0; r < rows; ++r) {
         if (g_stop || cupsRasterReadPixels(in, line.data(), line_length) != line_length) {
-          if (g_stop) return blank_rest(out, out_line, page.height - y);
+          if (g_stop) return blank_rest(out_line, page.height - y);
           return fail("the raster stream ends after line " + std::to_string(y + r) + " of " +
                       std::to_string(page.height) + " (truncated input)");
         }
@@ -202,7 +210,7 @@ class Filter {
       for (std::uint32_t r = 0; r < rows; ++r) {
         dots_to_line(out_header, dots.data() + std::size_t{r} * page.planes * dots_stride,
                      dots_stride, invert, out_line.data());
-        if (cupsRasterWritePixels(out, out_line.data(), out_length) != out_length)
+        if (cupsRasterWritePixels(out_, out_line.data(), out_length) != out_length)
           return fail("cannot write the screened page");
       }
     }
@@ -211,11 +219,11 @@ class Filter {
   }
 
   // Ends the page with blank lines so that the output stays a whole raster stream.
-  bool blank_rest(cups_raster_t* out, std::vector<unsigned char>& out_line, std::uint32_t lines) {
+  bool blank_rest(std::vector<unsigned char>& out_line, std::uint32_t lines) {
     std::fill(out_line.begin(), out_line.end(), 0);
     const auto length = static_cast<unsigned>(out_line.size());
     for (std::uint32_t i = 0; i < lines; ++i)
-      if (cupsRasterWritePixels(out, out_line.data(), length) != length) break;
+      if (cupsRasterWritePixels(out_, out_line.data(), length) != length) break;
     return true;
   }
 
@@ -223,6 +231,7 @@ class Filter {
   ppd_file_t* ppd_;
   int page_number_ = 0;
   std::map<std::string, bool> inverted_;
+  cups_raster_t* out_ = nullptr;
 };
 
 int run(int argc, char** argv) {
@@ -261,15 +270,12 @@ int run(int argc, char** argv) {
     report("ERROR", "%s", refused.c_str());
   } else {
     cups_raster_t* in = cupsRasterOpenIO(read_input, &fd, CUPS_RASTER_READ);
-    cups_raster_t* out = cupsRasterOpen(1, CUPS_RASTER_WRITE_COMPRESSED);
-    if (in == nullptr)
-      report("ERROR", "The input is not a CUPS raster stream: %s", cupsRasterErrorString());
-    else if (out == nullptr)
-      report("ERROR", "Cannot open the output raster stream: %s", cupsRasterErrorString());
-    else
-      status = Filter(settings, ppd).run(in, out);
-    if (in != nullptr) cupsRasterClose(in);
-    if (out != nullptr) cupsRasterClose(out);
+    if (in == nullptr) {
+      report("ERROR", "No pages found: the input is empty or not a CUPS raster stream");
+    } else {
+      status = Filter(settings, ppd).run(in);
+      cupsRasterClose(in);
+    }
   }
   if (ppd != nullptr) ppdClose(ppd);
   if (fd != 0) ::close(fd);

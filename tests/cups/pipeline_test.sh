@@ -111,6 +111,7 @@ for options in "HalftoneScreen=no-such-screen" "HalftoneScreen=random-direction-
   status=0
   PPD="$ppd" "$filter" 1 user title 1 "$options" Gray-in.ras >refused.ras 2>refused.log || status=$?
   [ $status -ne 0 ] && grep -q "^ERROR: " refused.log || fail "$options was not refused"
+  [ ! -s refused.ras ] || fail "$options was refused after writing output"
 done
 
 # SIGTERM while the filter waits for input: it ends the page it began and exits 0.
