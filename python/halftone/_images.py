@@ -8,6 +8,7 @@ _GREY_MODES = {"L": None, "1": "L", "P": "L", "LA": "L", "La": "L"}
 
 
 def _from_pil(image):
+    """A grey PIL image as a uint8 H x W array; ValueError for colour and deep modes."""
     mode = image.mode
     if mode not in _GREY_MODES:
         raise ValueError(
@@ -21,6 +22,7 @@ def _from_pil(image):
 
 
 def _is_pil(image):
+    """Whether ``image`` is a PIL image (without importing PIL)."""
     return type(image).__module__.startswith("PIL.") and hasattr(image, "mode")
 
 

@@ -61,6 +61,8 @@ class Error(RuntimeError):
 
 
 class _ScreenInfo(ctypes.Structure):
+    """struct halftone_screen_info."""
+
     _fields_ = [
         ("id", ctypes.c_char_p),
         ("entry", ctypes.c_char_p),
@@ -117,6 +119,7 @@ def candidates():
 
 
 def _bind(path):
+    """Loads the library at ``path`` and declares its C functions' types."""
     lib = ctypes.CDLL(path)
     for name, (restype, argtypes) in _PROTOTYPES.items():
         function = getattr(lib, name)  # AttributeError: not this library's C API

@@ -11,6 +11,7 @@ _BITS = (1, 2, 4, 8)
 
 
 def _check_bits(bits):
+    """ValueError unless ``bits`` is a width the library packs."""
     if bits not in _BITS:
         raise ValueError(f"bits must be 1, 2 or 4 (8 for source rows), not {bits!r}")
 

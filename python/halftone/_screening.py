@@ -47,6 +47,7 @@ _INT_OPTIONS = {"mode", "seed_time", "threads"}
 
 
 def _row(info):
+    """A ``Screen`` from a struct halftone_screen_info."""
     needs = tuple(name for bit, name in enumerate(_library.NEEDS) if info.needs & (1 << bit))
     size = (info.pattern_width, info.pattern_height) if info.pattern_width else None
     return Screen(text(info.id), text(info.entry), text(info.family), info.bits,
@@ -87,6 +88,7 @@ def find_screen(name):
 
 
 def _whole_number(name, value, low, high):
+    """``value`` as an int in low..high; ValueError naming ``name`` otherwise."""
     if isinstance(value, (bool, np.bool_)) or not isinstance(value, (int, np.integer)):
         raise ValueError(f"{name} must be a whole number, not {value!r}")
     if not low <= value <= high:
@@ -240,14 +242,17 @@ class Job:
             self.close()
 
     def _live(self):
+        """The job's handle; ValueError once closed."""
         if not self._handle:
             raise ValueError("the job is closed")
         return self._handle
 
     def _error(self):
+        """Why the job's last call failed."""
         return text(self._lib.halftone_job_error(self._handle)) or "no reason given"
 
     def _check(self, code):
+        """``halftone.Error`` for a non-zero result code."""
         if code:
             raise Error(code, f"{self.screen.id}: {self._error()}")
 

@@ -48,6 +48,7 @@ class BatchError(RuntimeError):
 
 
 def _page_name(path, page):
+    """How messages name a page: the file, and the page number past the first."""
     return f"{path} page {page}" if page > 1 else str(path)
 
 
@@ -100,6 +101,7 @@ def write_codes(codes, bits, out_path, fmt):
 
 
 def _suffix(fmt, bits):
+    """The file name suffix of an output format."""
     return {"png": ".png", "raw": ".raw", "npy": ".npy"}.get(fmt, ".pbm" if bits == 1 else ".pgm")
 
 
@@ -131,6 +133,7 @@ def _screen_page(path, page, out_path, screen, fmt, planes, options):
 
 
 def _count(path):
+    """One task: the file's page count, or its PageError as a value."""
     try:
         return page_count(path)
     except PageError as error:
@@ -138,6 +141,7 @@ def _count(path):
 
 
 def _check(paths, screen, fmt, planes, options):
+    """Checks a batch's arguments before any task; returns the paths and the screen's row."""
     info = _screening.find_screen(screen)  # KeyError with the closest names
     if fmt not in FORMATS:
         raise ValueError(f"format must be one of {', '.join(FORMATS)}, not {fmt!r}")
