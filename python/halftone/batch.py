@@ -23,7 +23,10 @@ FORMATS = ("png", "pnm", "raw", "npy")
 
 
 class PageError(RuntimeError):
-    """A page that could not be read, screened or written: ``path``, ``page`` (1-based), ``reason``."""
+    """A page that could not be read, screened or written.
+
+    ``path``: its file; ``page``: its number in the file (from 1); ``reason``: why.
+    """
 
     def __init__(self, path, page, reason):
         super().__init__(path, page, reason)
