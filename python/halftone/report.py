@@ -968,6 +968,12 @@ def build(out: str, seed_time: int = DEFAULT_SEED_TIME, bench: str | None = None
     """
     if module is None:
         import halftone as module
+    try:
+        import matplotlib  # noqa: F401  (the plots)
+        import PIL  # noqa: F401  (the samples)
+    except ImportError as e:
+        raise ReportError(f"the report needs matplotlib and Pillow ({e}); on Debian: "
+                          "apt-get install python3-matplotlib python3-pil") from None
     if not 16 <= patch <= 1024:
         raise ReportError(f"--patch must be 16..1024, not {patch}")
     if not 0 <= seed_time <= 0xFFFFFFFF:
@@ -977,11 +983,13 @@ def build(out: str, seed_time: int = DEFAULT_SEED_TIME, bench: str | None = None
     speeds = _load_speeds(bench) if bench else {}
     chosen = _choose(module, screens)
     parent = os.path.dirname(os.path.abspath(out))
-    if not os.path.isdir(parent):
-        raise ReportError(f"the folder {parent} for --out does not exist")
     version = module.library_version() if hasattr(module, "library_version") else "?"
 
-    staging = tempfile.mkdtemp(prefix=".report-", dir=parent)
+    try:
+        os.makedirs(parent, exist_ok=True)
+        staging = tempfile.mkdtemp(prefix=".report-", dir=parent)
+    except OSError as e:
+        raise ReportError(f"cannot write in {parent}: {e.strerror}") from None
     try:
         data = write_data_files(os.path.join(staging, "data"), chosen)
         plots = os.path.join(staging, "plots")
@@ -1022,6 +1030,9 @@ def main(argv=None) -> int:
     except ReportError as e:
         print(f"halftone.report: {e}", file=sys.stderr)
         return 2
+    except OSError as e:
+        print(f"halftone.report: {e}; nothing written", file=sys.stderr)
+        return 1
     skipped_count = sum("skipped" in r.numbers for r in results)
     if not args.quiet:
         print(f"measured {len(results) - skipped_count} screen(s)"
