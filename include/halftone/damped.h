@@ -36,25 +36,33 @@
 //  * When the persistent lines cannot be allocated the output is cleared, no
 //    lines are held afterwards, and the call returns ERR_NO_MEMORY (20302).
 #pragma once
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
-#define HALFTONE_DAMPED_SCREEN(name)                                                    \
-  HALFTONE_API int name(unsigned char* source, unsigned char* dots, unsigned int width, \
-                        unsigned int height, unsigned int control)
-
-HALFTONE_DAMPED_SCREEN(suiruiskao);
-HALFTONE_DAMPED_SCREEN(suiruiskao2);
-HALFTONE_DAMPED_SCREEN(suiruiskao3);
-HALFTONE_DAMPED_SCREEN(suiruiskao4);
-HALFTONE_DAMPED_SCREEN(suiruiskao5);
-HALFTONE_DAMPED_SCREEN(suiruiskao6);
-HALFTONE_DAMPED_SCREEN(suiruiskao7);
-HALFTONE_DAMPED_SCREEN(suiruiskao8);
-HALFTONE_DAMPED_SCREEN(suiruiskao9);
-HALFTONE_DAMPED_SCREEN(suiruiskao10);
-HALFTONE_DAMPED_SCREEN(suiruiskao11);
-HALFTONE_DAMPED_SCREEN(sdiufiavs2);
-HALFTONE_DAMPED_SCREEN(sdiufiavs3);
-HALFTONE_DAMPED_SCREEN(sdiufiavs4);
-
-#undef HALFTONE_DAMPED_SCREEN
+int suiruiskao(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
+int suiruiskao2(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao3(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao4(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao5(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao6(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao7(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao8(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao9(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int suiruiskao10(unsigned char* source, unsigned char* dots, unsigned int width,
+                 unsigned int height, unsigned int control) noexcept;
+int suiruiskao11(unsigned char* source, unsigned char* dots, unsigned int width,
+                 unsigned int height, unsigned int control) noexcept;
+int sdiufiavs2(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
+int sdiufiavs3(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
+int sdiufiavs4(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;

@@ -12,29 +12,29 @@
 //  * lines that cannot be allocated: the output is cleared, the family holds no
 //    lines afterwards and the call returns ERR_NO_MEMORY (20302).
 #pragma once
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
 // One plane, one call: random-direction diffusion.
-HALFTONE_API int hxkjsdi67x(unsigned char* source, unsigned char* dots, unsigned int width,
-                            unsigned int height);
+int hxkjsdi67x(unsigned char* source, unsigned char* dots, unsigned int width,
+               unsigned int height) noexcept;
 
 // Random-direction banded diffusion (identical but for the argument types).
-HALFTONE_API int jsdi6yruis(unsigned char* source, unsigned char* dots, int width, int height,
-                            unsigned int control);
-HALFTONE_API int irpduix7sg(unsigned char* source, unsigned char* dots, unsigned int width,
-                            unsigned int height, unsigned int control);
+int jsdi6yruis(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept;
+int irpduix7sg(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
 // Thirds split with tone push from the active curves.
-HALFTONE_API int sdiufiavs(unsigned char* source, unsigned char* dots, int width, int height,
-                           unsigned int control);
+int sdiufiavs(unsigned char* source, unsigned char* dots, int width, int height,
+              unsigned int control) noexcept;
 // Conserving split; reseeds on a first band only.
-HALFTONE_API int sdiufiavs1(unsigned char* source, unsigned char* dots, unsigned int width,
-                            unsigned int height, unsigned int control);
+int sdiufiavs1(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
 // Counter-driven split; the scan direction runs on across bands. Every plane
 // keeps its own cycle state, also beyond four planes.
-HALFTONE_API int highforces(unsigned char* source, unsigned char* dots, unsigned int width,
-                            unsigned int height, unsigned int control);
+int highforces(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
 // Inverted output (a set bit is paper): thirds, and quarters.
-HALFTONE_API int mandfanes(unsigned char* source, unsigned char* dots, int width, int height,
-                           unsigned int control);
-HALFTONE_API int orangecagn(unsigned char* source, unsigned char* dots, int width, int height,
-                            unsigned int control);
+int mandfanes(unsigned char* source, unsigned char* dots, int width, int height,
+              unsigned int control) noexcept;
+int orangecagn(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept;

@@ -2,7 +2,7 @@
 // Files are read from "<data folder>/Moths/<fileName>". A null name, or one
 // that names a folder, counts as a file that cannot be opened.
 #pragma once
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
 // Pattern banks: 256 images of patternHeight rows, the first for grey 255 and
 // the last for grey 0; rows of patternWidth / 8 bytes (KaiDuaning, one bit a
@@ -20,8 +20,8 @@
 //    after the masks and geometry were written and the file was opened, and
 //    before any pattern changes (a missing file still gives ERR_FILE_OPEN);
 //  * the file is closed on every path, the short read included.
-HALFTONE_API int KaiDuaning(char const* fileName, int patternWidth, int patternHeight);
-HALFTONE_API int NingJing(char const* fileName, int patternWidth, int patternHeight);
+int KaiDuaning(char const* fileName, int patternWidth, int patternHeight) noexcept;
+int NingJing(char const* fileName, int patternWidth, int patternHeight) noexcept;
 // 8-bit BMP threshold matrix: the pixel-data offset, width and height are
 // taken from the headers, rows are stored bottom-up and each takes exactly
 // width bytes (row padding is read as pixels). PuaningFa13 then turns every
@@ -36,8 +36,8 @@ HALFTONE_API int NingJing(char const* fileName, int patternWidth, int patternHei
 //  * a negative width fails as a short read before any row; a negative height
 //    or a width of 0 reads no rows and counts as complete;
 //  * a pixel-data offset the stream cannot reach reads no rows (a short read).
-HALFTONE_API int PuaningFa(char const* fileName, int, int);
-HALFTONE_API int PuaningFa13(char const* fileName, int, int);
+int PuaningFa(char const* fileName, int, int) noexcept;
+int PuaningFa13(char const* fileName, int, int) noexcept;
 // Text threshold blocks: decimal numbers separated by spaces and carriage
 // returns; every other byte, line feeds included, belongs to a number, which
 // is converted as atoi does and kept as its low 16 bits. The file's last byte
@@ -49,9 +49,9 @@ HALFTONE_API int PuaningFa13(char const* fileName, int, int);
 // Choices: a number longer than 19 characters is converted from its first 19;
 // numbers after the 65536th are dropped; an empty file clears the blocks; the
 // read buffer is released (no buffer is kept from call to call).
-HALFTONE_API int NiceMents(char const* fileName, int, int);
+int NiceMents(char const* fileName, int, int) noexcept;
 // Does nothing. Returns 0.
-HALFTONE_API int PuaningFaAM(char const* fileName, int, int);
+int PuaningFaAM(char const* fileName, int, int) noexcept;
 
 // Run-length pattern screens: each row is walked in runs of equal grey, each
 // run copied from its grey's pattern (whole bytes, wrapping at the pattern
@@ -73,28 +73,28 @@ HALFTONE_API int PuaningFaAM(char const* fileName, int, int);
 //  * with a pattern width that is not a multiple of 8, byte indices into the
 //    pattern row wrap modulo the row length; a run's last partial byte that
 //    would fall past the end of the output row is not written.
-HALFTONE_API int Sonicksure(unsigned char* source, unsigned char* dots, int width, int height,
-                            unsigned int control);
+int Sonicksure(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept;
 // The one-bit bank as fixed 256 x 256 tiles, whatever size was loaded (rows
 // and columns beyond a smaller load show what the bank holds there). The two
 // names give the same output.
-HALFTONE_API int MutexWindow(unsigned char* source, unsigned char* dots, unsigned int width,
-                             unsigned int height, unsigned int control);
-HALFTONE_API int MutexWindow_Bak(unsigned char* source, unsigned char* dots, unsigned int width,
-                                 unsigned int height, unsigned int control);
+int MutexWindow(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept;
+int MutexWindow_Bak(unsigned char* source, unsigned char* dots, unsigned int width,
+                    unsigned int height, unsigned int control) noexcept;
 // The two-bit bank as fixed 256 x 256 tiles, four pixels a byte.
-HALFTONE_API int TextDownload(unsigned char* source, unsigned char* dots, int width, int height,
-                              unsigned int control);
+int TextDownload(unsigned char* source, unsigned char* dots, int width, int height,
+                 unsigned int control) noexcept;
 // Threshold against the loaded 256 x 256 matrix: a dot where grey <= entry;
 // plane p reads the matrix 16 p rows down and 16 p columns right (mod 256).
 // Returns 0.
-HALFTONE_API int WindowText(unsigned char* source, unsigned char* dots, int width, int height,
-                            unsigned int control);
+int WindowText(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept;
 // Built-in 16 x 16 clustered-dot matrix A: a dot where grey < 2 A - 1. Adds
 // the call's height to a per-plane row count (any number of planes), which
 // does not affect the output. Returns 0.
-HALFTONE_API int WindowTextAM1(unsigned char* source, unsigned char* dots, unsigned int width,
-                               unsigned int height, unsigned int control);
+int WindowTextAM1(unsigned char* source, unsigned char* dots, unsigned int width,
+                  unsigned int height, unsigned int control) noexcept;
 // Built-in matrix B, the same test, the grey values passed through the
 // shared lines of the banded integer screens: each plane's first row adds the
 // carry line's first width entries (then cleared), so the output is a plain
@@ -102,8 +102,8 @@ HALFTONE_API int WindowTextAM1(unsigned char* source, unsigned char* dots, unsig
 // lines, 3 releases them; a plane count of 0 only clears (nothing else
 // happens). Choice: a band that finds no lines, or lines too small, takes new
 // zeroed ones as a first band would. Returns 0.
-HALFTONE_API int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int height,
-                              unsigned int control);
+int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int height,
+                 unsigned int control) noexcept;
 // Block-offset diffusion, banded. Each pixel's value (error + grey) is biased
 // by the threshold block of its grey loaded by NiceMents, entry
 // grey * 256 + (y mod 16) * 16 + (x mod 16) with x and y counted within the
@@ -124,13 +124,13 @@ HALFTONE_API int WindowTextAM(unsigned char* source, unsigned char* dots, int wi
 //    reseeded then (only band position 1 reseeds);
 //  * CrisixOut and CrisixOut31 share their lines with the other banded integer
 //    screens, so their jobs must not be interleaved with those screens' jobs.
-HALFTONE_API int CrisixOut(unsigned char* source, unsigned char* dots, unsigned int width,
-                           unsigned int height, unsigned int control);
+int CrisixOut(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+              unsigned int control) noexcept;
 // CrisixOut in double precision on its own three lines (so its jobs may run
 // between another family's bands): a dot at t <= 128.0, half = t * 0.5, and
 // an offset table of its own that nothing fills, so every offset is 0.
-HALFTONE_API int CrisixOut_double(unsigned char* source, unsigned char* dots, unsigned int width,
-                                  unsigned int height, unsigned int control);
+int CrisixOut_double(unsigned char* source, unsigned char* dots, unsigned int width,
+                     unsigned int height, unsigned int control) noexcept;
 // The block-offset frame without offsets: after the dot test the error is
 // biased by the second tone curve at even columns going right and the first
 // at odd columns going left (curve 0, all zeros, until Itsdiufiavs selects
@@ -138,5 +138,5 @@ HALFTONE_API int CrisixOut_double(unsigned char* source, unsigned char* dots, un
 // rules (thirds, halves, all or nothing; for greys up to 140 the cases of
 // draws 1 and 2 are exchanged between the directions). The random sequence
 // runs on across the bands of a job. Returns 0.
-HALFTONE_API int CrisixOut31(unsigned char* source, unsigned char* dots, int width, int height,
-                             unsigned int control);
+int CrisixOut31(unsigned char* source, unsigned char* dots, int width, int height,
+                unsigned int control) noexcept;

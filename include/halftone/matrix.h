@@ -1,11 +1,11 @@
 // Ordered-dither and offset-matrix screens.
 #pragma once
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
 // Builds the 16 x 16 recursive dither matrix (each of 0..255 once; row 0
 // begins 0, 128, 32, 160). Calling it again rebuilds the same values.
 // Returns 0.
-HALFTONE_API int SincesKai();
+int SincesKai() noexcept;
 // Plain ordered dither against the built matrix: a pixel is inked when its
 // grey is strictly below the matrix entry at (row mod 16, column mod 16), so
 // grey 0 leaves one pixel of every 16 x 16 tile white and grey 255 prints
@@ -13,8 +13,8 @@ HALFTONE_API int SincesKai();
 // restarts at row 0 of every call, whatever the band position. Before
 // SincesKai the matrix is all zero and the output stays blank. Keeps no
 // state. Returns 0.
-HALFTONE_API int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned int width,
-                          unsigned int height, unsigned int control);
+int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+             unsigned int control) noexcept;
 // Offset-matrix diffusion with tone-curve noise, banded.
 //
 // Each plane runs in serpentine rows (the first of each call left to right);
@@ -37,8 +37,8 @@ HALFTONE_API int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned i
 //    carried error (no reseeding beyond the usual);
 //  * the offset-matrix screens share their lines with the other banded
 //    integer screens, so jobs of these screens must not be interleaved.
-HALFTONE_API int Kaocosyx1(unsigned char* source, unsigned char* dots, int width, int height,
-                           unsigned int control);
+int Kaocosyx1(unsigned char* source, unsigned char* dots, int width, int height,
+              unsigned int control) noexcept;
 // Random-split diffusion with tone-curve noise, banded: Kaocosyx1 without
 // the offset matrix (the lines start from the carried error alone and every
 // cell below from 0) and without the rightward noise; one draw a pixel whose
@@ -46,8 +46,8 @@ HALFTONE_API int Kaocosyx1(unsigned char* source, unsigned char* dots, int width
 // and e / 4 along going left. Reads curve A only. Reseeds on every call.
 // Sizes are unsigned: 0 screens nothing. Missing or too small lines as for
 // Kaocosyx1. Returns 0.
-HALFTONE_API int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned int width,
-                            unsigned int height, unsigned int control);
+int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
 // Two-bit members of the family (two bits a pixel, four pixels a byte, stride
 // ((width * 2 + 31) >> 3) & ~3). Both are compositions of rules the library
 // already has, deciding each pixel with FastGroup's bracketed four-level cascade
@@ -59,7 +59,7 @@ HALFTONE_API int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned
 //    right-to-left last row; reseeds every call);
 //  * Kaocosyx14: the random thirds-or-quarters splits of Kaocosyx10 (no matrix).
 // Sizes and stray bands are handled as for Kaocosyx1. Return 0.
-HALFTONE_API int Kaocosyx13(unsigned char* source, unsigned char* dots, int width, int height,
-                            unsigned int control);
-HALFTONE_API int Kaocosyx14(unsigned char* source, unsigned char* dots, int width, int height,
-                            unsigned int control);
+int Kaocosyx13(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept;
+int Kaocosyx14(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept;

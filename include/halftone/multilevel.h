@@ -19,37 +19,37 @@
 //    would load the row after the band, that load is skipped (its values were
 //    never used).
 #pragma once
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
 // Four levels set by parameter bytes 0-3 (greys of codes 3, 2, 1, 0); the
 // pixel's own grey picks the two levels that bracket it. Error goes ahead,
 // below or half each way on two random bits; tone bias at every second pixel.
-HALFTONE_API int FastGroup(unsigned char* source, unsigned char* dots, int width, int height,
-                           unsigned int control);
+int FastGroup(unsigned char* source, unsigned char* dots, int width, int height,
+              unsigned int control) noexcept;
 // Four fixed levels 255, 170, 85, 0 (codes 0-3), decided on the diffused
 // value alone at thresholds 192, 128, 64; FastGroup's spread and bias.
-HALFTONE_API int FastGroup1(unsigned char* source, unsigned char* dots, unsigned int width,
-                            unsigned int height, unsigned int control);
+int FastGroup1(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;
 // Two levels (a value of at most 128 is a dot), dots written as code 1, 2 and
 // 3 respectively; otherwise identical.
-HALFTONE_API int ArcistPump(unsigned char* source, unsigned char* dots, int width, int height,
-                            unsigned int control);
-HALFTONE_API int Kaishanxing(unsigned char* source, unsigned char* dots, int width, int height,
-                             unsigned int control);
-HALFTONE_API int SymanOpening(unsigned char* source, unsigned char* dots, int width, int height,
-                              unsigned int control);
+int ArcistPump(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept;
+int Kaishanxing(unsigned char* source, unsigned char* dots, int width, int height,
+                unsigned int control) noexcept;
+int SymanOpening(unsigned char* source, unsigned char* dots, int width, int height,
+                 unsigned int control) noexcept;
 // FastGroup's levels with a one-third / two-thirds split on one random bit.
 // Error crosses into the next band only after a band of even height (whose
 // last row runs right to left).
-HALFTONE_API int RoundFaxest(unsigned char* source, unsigned char* dots, int width, int height,
-                             unsigned int control);
-HALFTONE_API int RoundFaxest__(unsigned char* source, unsigned char* dots, unsigned int width,
-                               unsigned int height, unsigned int control);
+int RoundFaxest(unsigned char* source, unsigned char* dots, int width, int height,
+                unsigned int control) noexcept;
+int RoundFaxest__(unsigned char* source, unsigned char* dots, unsigned int width,
+                  unsigned int height, unsigned int control) noexcept;
 // Four-bit output, eight levels set by parameter bytes 0-7 (byte k is the grey
 // of code 7 - k), bracketed by the pixel's own grey; no tone bias.
-HALFTONE_API int RoundPump(unsigned char* source, unsigned char* dots, int width, int height,
-                           unsigned int control);
+int RoundPump(unsigned char* source, unsigned char* dots, int width, int height,
+              unsigned int control) noexcept;
 // Four-bit output, eight fixed levels 255 k / 7 at thresholds 32 … 224; no
 // tone bias and no setup.
-HALFTONE_API int RoundPump1(unsigned char* source, unsigned char* dots, unsigned int width,
-                            unsigned int height, unsigned int control);
+int RoundPump1(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept;

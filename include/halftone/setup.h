@@ -2,7 +2,7 @@
 #pragma once
 #include <cstdint>
 
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
 // Reloads "ToneAry.ham" from the data folder, selects curve A and curve B by
 // `mode` and parses `parameters` ("10,20,30," sets three bytes). Returns 0.
@@ -14,15 +14,15 @@
 //  * a null `parameters` clears the bytes and parses nothing.
 // Before the first call both curves are curve 0 (all zeros), so screens that
 // read the curves never meet an empty selection.
-HALFTONE_API int Itsdiufiavs(int mode, char const* parameters);
+int Itsdiufiavs(int mode, char const* parameters) noexcept;
 
 namespace halftone {
 // Every later reseed from the clock uses these seconds: the shared generator,
 // and the standard generator of the oriented utilities.
-HALFTONE_API void pin_seed_time(std::uint32_t seconds);
+void pin_seed_time(std::uint32_t seconds) noexcept;
 // Back to the wall clock.
-HALFTONE_API void unpin_seed_time();
+void unpin_seed_time() noexcept;
 // Where "ToneAry.ham" and Moths/ are looked up; nullptr restores the
 // executable's folder.
-HALFTONE_API void set_data_folder(char const* folder);
+void set_data_folder(char const* folder) noexcept;
 }  // namespace halftone

@@ -16,7 +16,7 @@
 //  * when the working memory cannot be allocated the call returns 0 with its
 //    output cleared and no dots.
 #pragma once
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
 // Tone-table noise diffusion: serpentine rows, each pixel's error ahead or
 // below by one random bit of the utility generator, whose sequence runs on
@@ -27,10 +27,10 @@
 //    above 127 (the inverted test), and draws nothing.
 //  * shdeiznc45kdi: the last row draws from the screening generator just
 //    reseeded and tests below 129 for every pixel, its final one included.
-HALFTONE_API int xinskdn34skx(unsigned char* source, unsigned char* dots, unsigned int width,
-                              unsigned int height, unsigned char* const toneTable);
-HALFTONE_API int shdeiznc45kdi(unsigned char* source, unsigned char* dots, unsigned int width,
-                               unsigned int height, unsigned char* const toneTable);
+int xinskdn34skx(unsigned char* source, unsigned char* dots, unsigned int width,
+                 unsigned int height, unsigned char* const toneTable) noexcept;
+int shdeiznc45kdi(unsigned char* source, unsigned char* dots, unsigned int width,
+                  unsigned int height, unsigned char* const toneTable) noexcept;
 
 // Oriented random-direction diffusion: a dot is a working value below 129; the
 // standard rand() rule (seeded from the clock on every call, kept inside the
@@ -52,20 +52,20 @@ HALFTONE_API int shdeiznc45kdi(unsigned char* source, unsigned char* dots, unsig
 //    of height pixels, source (x, y) is output row x, column height - 1 - y.
 //  * ghskdjiekld: anti-transposed, width rows of height pixels: source (x, y)
 //    is output row width - 1 - x, column height - 1 - y.
-HALFTONE_API int kajdjigc23kdh(unsigned char* source, unsigned char* dots, int width, int height,
-                               int* const toneTable, unsigned char*);
-HALFTONE_API int tishduth29dmc(unsigned char* source, unsigned char* dots, int width, int height,
-                               int* const toneTable, unsigned char*);
-HALFTONE_API int fdxin324c(unsigned char* source, unsigned char* dots, int width, int height,
-                           int* const toneTable, unsigned char*);
-HALFTONE_API int nchsuw56xd(unsigned char* source, unsigned char* dots, int width, int height,
-                            int* const toneTable, unsigned char*);
-HALFTONE_API int ixndiwkc76y(unsigned char* source, unsigned char*& dots, int width, int height,
-                             int* const toneTable, unsigned char*);
-HALFTONE_API int sdicxx78xy(unsigned char* source, unsigned char*& dots, int width, int height,
-                            int* const toneTable, unsigned char*);
-HALFTONE_API int ghskdjiekld(unsigned char* source, unsigned char*& dots, int width, int height,
-                             int* const toneTable, unsigned char*);
+int kajdjigc23kdh(unsigned char* source, unsigned char* dots, int width, int height,
+                  int* const toneTable, unsigned char*) noexcept;
+int tishduth29dmc(unsigned char* source, unsigned char* dots, int width, int height,
+                  int* const toneTable, unsigned char*) noexcept;
+int fdxin324c(unsigned char* source, unsigned char* dots, int width, int height,
+              int* const toneTable, unsigned char*) noexcept;
+int nchsuw56xd(unsigned char* source, unsigned char* dots, int width, int height,
+               int* const toneTable, unsigned char*) noexcept;
+int ixndiwkc76y(unsigned char* source, unsigned char*& dots, int width, int height,
+                int* const toneTable, unsigned char*) noexcept;
+int sdicxx78xy(unsigned char* source, unsigned char*& dots, int width, int height,
+               int* const toneTable, unsigned char*) noexcept;
+int ghskdjiekld(unsigned char* source, unsigned char*& dots, int width, int height,
+                int* const toneTable, unsigned char*) noexcept;
 
 // Job pacing on two process-wide auto-reset events (portable: no platform
 // event objects).
@@ -78,9 +78,9 @@ HALFTONE_API int ghskdjiekld(unsigned char* source, unsigned char*& dots, int wi
 //  * giwncwcg7w closes both events and returns 1, also when none exist.
 // The library never signals the events itself. DouMaxing, DuanKougb and
 // YountTrue do nothing and return 0.
-HALFTONE_API int khjhusecx();
-HALFTONE_API int sinxcdke34i(unsigned int timeout);
-HALFTONE_API int giwncwcg7w();
-HALFTONE_API int DouMaxing();
-HALFTONE_API int DuanKougb();
-HALFTONE_API int YountTrue();
+int khjhusecx() noexcept;
+int sinxcdke34i(unsigned int timeout) noexcept;
+int giwncwcg7w() noexcept;
+int DouMaxing() noexcept;
+int DuanKougb() noexcept;
+int YountTrue() noexcept;

@@ -28,7 +28,7 @@
 #include "frame/layout.h"
 #include "frame/state.h"
 #include "frame/tone_curves.h"
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 #include "screens/loaded/screens.h"
 #include "screens/matrix/ordered_dither.h"
 

@@ -1,47 +1,80 @@
-// Export table: the damped and noise-table diffusion screens.
+// Export table: the damped and noise-table diffusion screens, each its rule on
+// the band engine. Members without rules of their own run their nearest
+// sibling's.
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the entry points, declared here first
+#endif
 #include "halftone/damped.h"
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
-#include "screens/damped/screens.h"
+#include "frame/band_engine.h"
+#include "screens/damped/policies.h"
 
+using halftone::damped_lines;
+using halftone::shared_lines;
+using halftone::engine::screen;
 namespace d = halftone::damped;
 
 int suiruiskao(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-               unsigned int control) {
-  return d::random_runs(source, dots, width, height, control);
+               unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
 }
 int suiruiskao2(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-                unsigned int control) {
-  return d::half_split(source, dots, width, height, control);
+                unsigned int control) noexcept {
+  return screen(d::DampedHalves{}, damped_lines(), source, dots, width, height, control);
+}
+int suiruiskao3(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+}
+int suiruiskao4(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+}
+int suiruiskao5(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+}
+int suiruiskao6(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+}
+int suiruiskao7(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
 }
 int suiruiskao8(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-                unsigned int control) {
-  return d::halves(source, dots, width, height, control);
+                unsigned int control) noexcept {
+  return screen(d::ToneBanded<d::HalvesRules>{}, shared_lines(), source, dots, width, height,
+                control);
+}
+int suiruiskao9(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+                unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+}
+int suiruiskao10(unsigned char* source, unsigned char* dots, unsigned int width,
+                 unsigned int height, unsigned int control) noexcept {
+  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
 }
 int suiruiskao11(unsigned char* source, unsigned char* dots, unsigned int width,
-                 unsigned int height, unsigned int control) {
-  return d::five_band(source, dots, width, height, control);
+                 unsigned int height, unsigned int control) noexcept {
+  return screen(d::ToneBanded<d::FiveBandRules>{}, shared_lines(), source, dots, width, height,
+                control);
 }
 int sdiufiavs2(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-               unsigned int control) {
-  return d::tone_banded(source, dots, width, height, control);
+               unsigned int control) noexcept {
+  return screen(d::ToneBanded<d::Amplitude31Rules>{}, shared_lines(), source, dots, width, height,
+                control);
 }
 int sdiufiavs3(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-               unsigned int control) {
-  return d::tone_banded_quarters(source, dots, width, height, control);
+               unsigned int control) noexcept {
+  return screen(d::ToneBanded<d::Band31Rules>{}, shared_lines(), source, dots, width, height,
+                control);
 }
-
-// The members without rules of their own run the rules of their nearest sibling.
-#define HALFTONE_SAME_RULES(name, impl)                                                         \
-  int name(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height, \
-           unsigned int control) {                                                              \
-    return d::impl(source, dots, width, height, control);                                       \
-  }
-HALFTONE_SAME_RULES(suiruiskao3, random_runs)
-HALFTONE_SAME_RULES(suiruiskao4, random_runs)
-HALFTONE_SAME_RULES(suiruiskao5, random_runs)
-HALFTONE_SAME_RULES(suiruiskao6, random_runs)
-HALFTONE_SAME_RULES(suiruiskao7, random_runs)
-HALFTONE_SAME_RULES(suiruiskao9, random_runs)
-HALFTONE_SAME_RULES(suiruiskao10, random_runs)
-HALFTONE_SAME_RULES(sdiufiavs4, tone_banded_quarters)
-#undef HALFTONE_SAME_RULES
+int sdiufiavs4(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+               unsigned int control) noexcept {
+  return screen(d::ToneBanded<d::Band31Rules>{}, shared_lines(), source, dots, width, height,
+                control);
+}

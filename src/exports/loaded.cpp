@@ -1,14 +1,26 @@
-// Export table: the screen data loaders, the pattern screens and the
-// threshold screens.
+// Export table: the screen data loaders, the pattern and threshold screens,
+// and the block-offset screens (their rules on the band engine).
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the entry points, declared here first
+#endif
 #include "halftone/loaded.h"
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #include <string>
 
 #include "frame/band_engine.h"
 #include "frame/data_folder.h"
+#include "frame/no_memory.h"
+#include "frame/state.h"
+#include "screens/loaded/block_policies.h"
 #include "screens/loaded/screens.h"
 
+using halftone::or_no_memory;
+using halftone::shared_lines;
 using halftone::engine::extent;
+using halftone::engine::screen;
 namespace l = halftone::loaded;
 
 namespace {
@@ -21,54 +33,103 @@ struct DataFile {
   char const* c_str() const { return name ? path.c_str() : nullptr; }
 };
 
+// The one-bit output of a screen call, cleared when it runs out of memory.
+halftone::CallOutput one_bit(unsigned char* dots, std::uint32_t width, std::uint32_t height,
+                             unsigned int control) {
+  return {dots, std::size_t{halftone::ScreenControl(control).planes} * halftone::dot_stride(width) *
+                    height};
+}
+
 }  // namespace
 
-int KaiDuaning(char const* fileName, int patternWidth, int patternHeight) {
-  return l::load_patterns1(DataFile(fileName).c_str(), patternWidth, patternHeight);
+int KaiDuaning(char const* fileName, int patternWidth, int patternHeight) noexcept {
+  return or_no_memory(
+      [&] { return l::load_patterns1(DataFile(fileName).c_str(), patternWidth, patternHeight); });
 }
-int NingJing(char const* fileName, int patternWidth, int patternHeight) {
-  return l::load_patterns2(DataFile(fileName).c_str(), patternWidth, patternHeight);
+int NingJing(char const* fileName, int patternWidth, int patternHeight) noexcept {
+  return or_no_memory(
+      [&] { return l::load_patterns2(DataFile(fileName).c_str(), patternWidth, patternHeight); });
 }
-// These three work out a result code but hand the host 0 whatever happened.
-int PuaningFa(char const* fileName, int, int) {
-  l::load_matrix_bmp(DataFile(fileName).c_str());
-  return 0;
+// These three work out a result code but hand the host 0 whatever happened
+// once the file name is built.
+int PuaningFa(char const* fileName, int, int) noexcept {
+  return or_no_memory([&] {
+    (void)l::load_matrix_bmp(DataFile(fileName).c_str());
+    return 0;
+  });
 }
-int PuaningFa13(char const* fileName, int, int) {
-  l::load_offset_bmp(DataFile(fileName).c_str());
-  return 0;
+int PuaningFa13(char const* fileName, int, int) noexcept {
+  return or_no_memory([&] {
+    (void)l::load_offset_bmp(DataFile(fileName).c_str());
+    return 0;
+  });
 }
-int NiceMents(char const* fileName, int, int) {
-  l::load_blocks(DataFile(fileName).c_str());
-  return 0;
+int NiceMents(char const* fileName, int, int) noexcept {
+  return or_no_memory([&] {
+    (void)l::load_blocks(DataFile(fileName).c_str());
+    return 0;
+  });
 }
-int PuaningFaAM(char const*, int, int) { return 0; }
+int PuaningFaAM(char const*, int, int) noexcept { return 0; }
 
 int Sonicksure(unsigned char* source, unsigned char* dots, int width, int height,
-               unsigned int control) {
-  return l::geometry_pattern_screen(source, dots, extent(width), extent(height), control);
+               unsigned int control) noexcept {
+  return or_no_memory(
+      [&] {
+        return l::geometry_pattern_screen(source, dots, extent(width), extent(height), control);
+      },
+      one_bit(dots, extent(width), extent(height), control));
 }
 int MutexWindow(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-                unsigned int control) {
-  return l::fixed_pattern_screen(source, dots, width, height, control);
+                unsigned int control) noexcept {
+  return or_no_memory([&] { return l::fixed_pattern_screen(source, dots, width, height, control); },
+                      one_bit(dots, width, height, control));
 }
 int MutexWindow_Bak(unsigned char* source, unsigned char* dots, unsigned int width,
-                    unsigned int height, unsigned int control) {
-  return l::fixed_pattern_screen(source, dots, width, height, control);
+                    unsigned int height, unsigned int control) noexcept {
+  return or_no_memory([&] { return l::fixed_pattern_screen(source, dots, width, height, control); },
+                      one_bit(dots, width, height, control));
 }
 int TextDownload(unsigned char* source, unsigned char* dots, int width, int height,
-                 unsigned int control) {
-  return l::fixed_pattern2_screen(source, dots, extent(width), extent(height), control);
+                 unsigned int control) noexcept {
+  return or_no_memory(
+      [&] {
+        return l::fixed_pattern2_screen(source, dots, extent(width), extent(height), control);
+      },
+      one_bit(dots, extent(width), extent(height), control));
 }
 int WindowText(unsigned char* source, unsigned char* dots, int width, int height,
-               unsigned int control) {
-  return l::matrix_threshold(source, dots, extent(width), extent(height), control);
+               unsigned int control) noexcept {
+  return or_no_memory(
+      [&] { return l::matrix_threshold(source, dots, extent(width), extent(height), control); },
+      one_bit(dots, extent(width), extent(height), control));
 }
 int WindowTextAM1(unsigned char* source, unsigned char* dots, unsigned int width,
-                  unsigned int height, unsigned int control) {
-  return l::clustered_threshold(source, dots, width, height, control);
+                  unsigned int height, unsigned int control) noexcept {
+  return or_no_memory([&] { return l::clustered_threshold(source, dots, width, height, control); },
+                      one_bit(dots, width, height, control));
 }
 int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int height,
-                 unsigned int control) {
-  return l::clustered_threshold_lines(source, dots, extent(width), extent(height), control);
+                 unsigned int control) noexcept {
+  return or_no_memory(
+      [&] {
+        return l::clustered_threshold_lines(source, dots, extent(width), extent(height), control);
+      },
+      one_bit(dots, extent(width), extent(height), control));
+}
+
+int CrisixOut(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
+              unsigned int control) noexcept {
+  return screen(l::BlockHalfSplit<std::int16_t>{{}, halftone::stores().ThresholdBlockStack},
+                shared_lines(), source, dots, width, height, control);
+}
+int CrisixOut_double(unsigned char* source, unsigned char* dots, unsigned int width,
+                     unsigned int height, unsigned int control) noexcept {
+  return screen(l::BlockHalfSplit<double>{}, halftone::block_offset_double_lines(), source, dots,
+                width, height, control);
+}
+int CrisixOut31(unsigned char* source, unsigned char* dots, int width, int height,
+                unsigned int control) noexcept {
+  return screen(l::BlockRandomSplit{}, shared_lines(), source, dots, extent(width), extent(height),
+                control);
 }

@@ -1,13 +1,19 @@
 // Export table: the built-in dither matrix and the plain ordered dither.
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the entry points, declared here first
+#endif
 #include "halftone/matrix.h"
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #include "screens/matrix/ordered_dither.h"
 
 namespace m = halftone::matrix;
 
-int SincesKai() { return m::build_dither_matrix(); }
+int SincesKai() noexcept { return m::build_dither_matrix(); }
 
 int Kaocosyx(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-             unsigned int control) {
+             unsigned int control) noexcept {
   return m::ordered_dither(source, dots, width, height, control);
 }

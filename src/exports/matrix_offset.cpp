@@ -1,16 +1,38 @@
-// Export table: the offset-matrix screens.
-#include "frame/band_engine.h"
+// Export table: the offset-matrix screens and their two-bit members, each its
+// rule on the band engine.
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the entry points, declared here first
+#endif
 #include "halftone/matrix.h"
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
+
+#include "frame/band_engine.h"
 #include "screens/matrix/offset_matrix.h"
 
+using halftone::shared_lines;
 using halftone::engine::extent;
-namespace m = halftone::matrix;
+using halftone::engine::screen;
+using namespace halftone::matrix;
 
 int Kaocosyx1(unsigned char* source, unsigned char* dots, int width, int height,
-              unsigned int control) {
-  return m::offset_matrix(source, dots, extent(width), extent(height), control);
+              unsigned int control) noexcept {
+  return screen(OffsetSerpentine<OneBitDot, Splits::Matrix>{}, shared_lines(), source, dots,
+                extent(width), extent(height), control);
 }
 int Kaocosyx10(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
-               unsigned int control) {
-  return m::offset_random_split(source, dots, width, height, control);
+               unsigned int control) noexcept {
+  return screen(OffsetSerpentine<OneBitDot, Splits::Random>{}, shared_lines(), source, dots, width,
+                height, control);
+}
+int Kaocosyx13(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept {
+  return screen(OffsetSerpentine<FourLevelCodes, Splits::Matrix>{}, shared_lines(), source, dots,
+                extent(width), extent(height), control);
+}
+int Kaocosyx14(unsigned char* source, unsigned char* dots, int width, int height,
+               unsigned int control) noexcept {
+  return screen(OffsetSerpentine<FourLevelCodes, Splits::Random>{}, shared_lines(), source, dots,
+                extent(width), extent(height), control);
 }

@@ -1,52 +1,61 @@
 // Export table: the single-plane utilities, job pacing and the constant entries.
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the entry points, declared here first
+#endif
 #include "halftone/utilities.h"
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
+#include "frame/no_memory.h"
 #include "utilities/entries.h"
 #include "utilities/pacing.h"
 
 namespace u = halftone::utilities;
 
 int xinskdn34skx(unsigned char* source, unsigned char* dots, unsigned int width,
-                 unsigned int height, unsigned char* const toneTable) {
+                 unsigned int height, unsigned char* const toneTable) noexcept {
   return u::tone_noise(source, dots, width, height, toneTable, u::NoiseVariant::Plain);
 }
 int shdeiznc45kdi(unsigned char* source, unsigned char* dots, unsigned int width,
-                  unsigned int height, unsigned char* const toneTable) {
+                  unsigned int height, unsigned char* const toneTable) noexcept {
   return u::tone_noise(source, dots, width, height, toneTable, u::NoiseVariant::ReseededLastRow);
 }
 
 int kajdjigc23kdh(unsigned char* source, unsigned char* dots, int width, int height,
-                  int* const toneTable, unsigned char*) {
+                  int* const toneTable, unsigned char*) noexcept {
   return u::four_neighbours(source, dots, width, height, toneTable);
 }
 int tishduth29dmc(unsigned char* source, unsigned char* dots, int width, int height,
-                  int* const toneTable, unsigned char*) {
+                  int* const toneTable, unsigned char*) noexcept {
   return u::transposed(source, dots, width, height, toneTable);
 }
 int fdxin324c(unsigned char* source, unsigned char* dots, int width, int height,
-              int* const toneTable, unsigned char*) {
+              int* const toneTable, unsigned char*) noexcept {
   return u::partial_half_turn(source, dots, width, height, toneTable);
 }
 int nchsuw56xd(unsigned char* source, unsigned char* dots, int width, int height,
-               int* const toneTable, unsigned char*) {
+               int* const toneTable, unsigned char*) noexcept {
   return u::upside_down(source, dots, width, height, toneTable);
 }
 int ixndiwkc76y(unsigned char* source, unsigned char*& dots, int width, int height,
-                int* const toneTable, unsigned char*) {
+                int* const toneTable, unsigned char*) noexcept {
   return u::transposed_via_scratch(source, dots, width, height, toneTable);
 }
 int sdicxx78xy(unsigned char* source, unsigned char*& dots, int width, int height,
-               int* const toneTable, unsigned char*) {
+               int* const toneTable, unsigned char*) noexcept {
   return u::quarter_turn_via_scratch(source, dots, width, height, toneTable);
 }
 int ghskdjiekld(unsigned char* source, unsigned char*& dots, int width, int height,
-                int* const toneTable, unsigned char*) {
+                int* const toneTable, unsigned char*) noexcept {
   return u::anti_transposed(source, dots, width, height, toneTable);
 }
 
-int khjhusecx() { return halftone::pacing::create_events(); }
-int sinxcdke34i(unsigned int timeout) { return halftone::pacing::wait_events(timeout); }
-int giwncwcg7w() { return halftone::pacing::close_events(); }
-int DouMaxing() { return 0; }
-int DuanKougb() { return 0; }
-int YountTrue() { return 0; }
+int khjhusecx() noexcept {
+  return halftone::or_no_memory([] { return halftone::pacing::create_events(); });
+}
+int sinxcdke34i(unsigned int timeout) noexcept { return halftone::pacing::wait_events(timeout); }
+int giwncwcg7w() noexcept { return halftone::pacing::close_events(); }
+int DouMaxing() noexcept { return 0; }
+int DuanKougb() noexcept { return 0; }
+int YountTrue() noexcept { return 0; }

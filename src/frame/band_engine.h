@@ -30,7 +30,7 @@
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
 #include "frame/layout.h"
-#include "halftone/export.h"
+#include "frame/no_memory.h"
 
 namespace halftone::engine {
 
@@ -108,6 +108,8 @@ struct PolicyBase {
   static constexpr T kCarryStart = T{};
   // Bits a pixel of the output: 1 (dots), 2 or 4 (codes).
   static constexpr unsigned kBits = 1;
+  // Before the band's lines are taken: state the policy keeps across bands.
+  void begin_band(ScreenControl /*control*/) {}
   void begin_plane(std::uint32_t /*plane*/) {}
   Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) { return (r & 1u) ? Dir::Rtl : Dir::Ltr; }
   // Error lines: the first row's value before the carry, and the row below's.
@@ -257,18 +259,25 @@ class BandEngine {
 };
 
 // Screens one call of a banded job with `policy` on `lines`. Returns 0, or
-// ERR_NO_MEMORY when the persistent lines cannot be allocated: the output is
-// then cleared and the family holds no lines (a later band allocates afresh).
+// ERR_NO_MEMORY when the persistent lines (or the policy's own state) cannot
+// be allocated: the output is then cleared and the family holds no lines (a
+// later band allocates afresh).
 template <class Policy>
-int screen(Policy& policy, BandLines<typename Policy::Value>& lines, unsigned char const* source,
-           unsigned char* dots, std::uint32_t width, std::uint32_t height, std::uint32_t control) {
+int screen(Policy policy, BandLines<typename Policy::Value>& lines, unsigned char const* source,
+           unsigned char* dots, std::uint32_t width, std::uint32_t height,
+           std::uint32_t control) noexcept {
   const ScreenControl ctl(control);
-  if (!lines.try_begin(ctl, width, Policy::kCarryStart)) {
-    clear_output(dots, ctl.planes, out_stride(Policy::kBits, width), height);
-    return ERR_NO_MEMORY;
-  }
-  BandEngine<Policy>(policy, source, dots, width, height, ctl).run(lines);
-  return 0;
+  const CallOutput output{dots,
+                          std::size_t{ctl.planes} * out_stride(Policy::kBits, width) * height};
+  return or_no_memory(
+      [&] {
+        policy.begin_band(ctl);
+        // Lines that cannot be had fail like any other allocation.
+        if (!lines.try_begin(ctl, width, Policy::kCarryStart)) throw std::bad_alloc();
+        BandEngine<Policy>(policy, source, dots, width, height, ctl).run(lines);
+        return 0;
+      },
+      output);
 }
 
 // Sizes given as signed ints: a negative size screens nothing and clears nothing.

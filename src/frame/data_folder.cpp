@@ -1,9 +1,16 @@
-#include "frame/data_folder.h"
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the extensions, declared here first
+#endif
+#include "halftone/setup.h"
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #include <mutex>
 
+#include "frame/data_folder.h"
+#include "frame/no_memory.h"
 #include "frame/state.h"
-#include "halftone/setup.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -64,15 +71,18 @@ std::string folder_with_separator(std::string folder) {
   return folder;
 }
 
-void set_data_folder(char const* folder) {
-  std::lock_guard<std::mutex> lock(g_mutex);
-  if (folder == nullptr) {
-    g_folder.clear();
-    g_folder_set = false;
-    return;
-  }
-  g_folder = folder_with_separator(folder);
-  g_folder_set = true;
+void set_data_folder(char const* folder) noexcept {
+  (void)or_no_memory([folder] {
+    std::lock_guard<std::mutex> lock(g_mutex);
+    if (folder == nullptr) {
+      g_folder.clear();
+      g_folder_set = false;
+      return 0;
+    }
+    g_folder = folder_with_separator(folder);
+    g_folder_set = true;
+    return 0;
+  });
 }
 
 }  // namespace halftone

@@ -1,10 +1,16 @@
-#include "frame/feedback_random.h"
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the extensions, declared here first
+#endif
+#include "halftone/setup.h"
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #include <atomic>
 #include <ctime>
 
+#include "frame/feedback_random.h"
 #include "frame/state.h"
-#include "halftone/setup.h"
 
 namespace halftone {
 namespace {
@@ -48,11 +54,11 @@ std::uint32_t seed_seconds() {
   return static_cast<std::uint32_t>(static_cast<std::uint64_t>(std::time(nullptr)));
 }
 
-void pin_seed_time(std::uint32_t seconds) {
+void pin_seed_time(std::uint32_t seconds) noexcept {
   g_pinned_seconds.store(seconds, std::memory_order_relaxed);
   g_pinned.store(true, std::memory_order_relaxed);
 }
 
-void unpin_seed_time() { g_pinned.store(false, std::memory_order_relaxed); }
+void unpin_seed_time() noexcept { g_pinned.store(false, std::memory_order_relaxed); }
 
 }  // namespace halftone

@@ -6,7 +6,7 @@
 
 #include "frame/data_folder.h"
 #include "frame/state.h"
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 
 namespace halftone {
 namespace {

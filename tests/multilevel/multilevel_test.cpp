@@ -12,9 +12,9 @@
 
 #include "exports/registry.h"
 #include "frame/band_lines.h"
+#include "frame/cascades.h"
 #include "halftone/setup.h"
 #include "multilevel/reference_model.h"
-#include "screens/multilevel/cascades.h"
 #include "support/offset_reference.h"
 
 namespace halftone {
@@ -44,8 +44,8 @@ Uniform info(char const* name) {
   return {s->run, s->info.bits};
 }
 // Screens one band with `e` into a buffer with guard bytes.
-Output screen(Uniform const& e, std::vector<unsigned char>& src, std::uint32_t w,
-              std::uint32_t h, std::uint32_t planes, std::uint32_t band) {
+Output screen(Uniform const& e, std::vector<unsigned char>& src, std::uint32_t w, std::uint32_t h,
+              std::uint32_t planes, std::uint32_t band) {
   Output out(std::size_t{planes} * h * (e.bits == 2 ? dot2_stride(w) : dot4_stride(w)));
   EXPECT_EQ(e.run(src.data(), out.data(), w, h, make_control(planes, band)), 0);
   return out;
@@ -132,12 +132,11 @@ TEST(Multilevel, DecisionsFollowTheirTablesRowByRow) {
     parse_parameters(c.params, bytes);
     const auto v = static_cast<std::int16_t>(c.v);
     const auto s = static_cast<std::uint32_t>(c.s);
-    const multilevel::Decision r =
-        c.kind == Bracketed4   ? multilevel::BracketedFourLevel(bytes).decide(v, s)
-        : c.kind == Bracketed8 ? multilevel::BracketedEightLevel(bytes).decide(v, s)
-        : c.kind == Fixed4     ? multilevel::FixedFourLevel{}.decide(v, s)
-        : c.kind == Fixed8     ? multilevel::FixedEightLevel{}.decide(v, s)
-                               : multilevel::TwoLevel{2}.decide(v, s);
+    const Decision r = c.kind == Bracketed4   ? BracketedFourLevel(bytes).decide(v, s)
+                       : c.kind == Bracketed8 ? BracketedEightLevel(bytes).decide(v, s)
+                       : c.kind == Fixed4     ? FixedFourLevel{}.decide(v, s)
+                       : c.kind == Fixed8     ? FixedEightLevel{}.decide(v, s)
+                                              : TwoLevel{2}.decide(v, s);
     EXPECT_EQ(static_cast<std::int32_t>(r.code), c.code) << &c - cases;
     EXPECT_EQ(r.e, c.e) << &c - cases;
   }

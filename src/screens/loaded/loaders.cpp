@@ -13,7 +13,7 @@
 
 #include "frame/layout.h"
 #include "frame/state.h"
-#include "halftone/export.h"
+#include "halftone/result_codes.h"
 #include "screens/loaded/screens.h"
 
 namespace halftone::loaded {

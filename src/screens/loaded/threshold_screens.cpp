@@ -6,9 +6,9 @@
 #include "frame/band_lines.h"
 #include "frame/layout.h"
 #include "frame/state.h"
-#include "halftone/export.h"
+#include "frame/threshold_rows.h"
+#include "halftone/result_codes.h"
 #include "screens/loaded/screens.h"
-#include "screens/loaded/threshold_rows.h"
 
 namespace halftone::loaded {
 

@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "frame/band_engine.h"
+#include "frame/cascades.h"
 #include "frame/state.h"
 #include "frame/tone_curves.h"
 
@@ -102,10 +103,19 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   }
 };
 
-// The one-bit screens on the shared integer lines. Return 0.
-int offset_matrix(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                  std::uint32_t height, std::uint32_t control);
-int offset_random_split(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                        std::uint32_t height, std::uint32_t control);
+// Two-bit codes: the bracketed four-level cascade (levels and midpoints from
+// parameter bytes 0-3, read once a call), deciding on the pixel's value taken
+// as a signed 16-bit value, as every multi-level screen keeps it, and on the
+// pixel's own grey.
+struct FourLevelCodes {
+  BracketedFourLevel cascade{ScreenParameterBytes()};
+
+  static constexpr unsigned kBits = 2;
+  std::int32_t operator()(std::int32_t v, Pixel px, engine::RowOut<2>& out) const {
+    const Decision d = cascade.decide(wrap16(v), px.s);
+    out.put(px.x, d.code);
+    return d.e;
+  }
+};
 
 }  // namespace halftone::matrix

@@ -4,7 +4,7 @@
 
 #include "frame/layout.h"
 #include "frame/state.h"
-#include "screens/loaded/threshold_rows.h"
+#include "frame/threshold_rows.h"
 
 namespace halftone::matrix {
 

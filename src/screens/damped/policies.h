@@ -1,15 +1,109 @@
+// The rules of the damped and noise-table diffusion screens, one policy of
+// the band engine each; the export table runs them on the engine.
+#pragma once
+#include <cstdint>
+
+#include "frame/band_engine.h"
+#include "screens/damped/noise_tables.h"
+
+namespace halftone::damped {
+
+using engine::Dir;
+using engine::Pixel;
+using engine::Role;
+using Out = engine::RowOut<1>;
+using Shares = engine::Shares<double>;
+
+// The double-precision dot test: a value of at most 128.0 is a dot and passes
+// itself on; a lighter value passes on value - 255.0.
+inline double quantise(double v, std::uint32_t x, Out& out) {
+  const bool dot = v <= 128.0;
+  out.put(x, dot);
+  return dot ? v : v - 255.0;
+}
+
+inline constexpr std::uint16_t kRunLengths[4] = {11, 10, 11, 10};
+inline constexpr double kRunDamping = 0.97;
+
+// Random runs in doubles: each pixel's damped error goes whole to one
+// neighbour, the next pixel along the row or the pixel below, and the choice
+// switches after runs of 10 or 11 pixels whose lengths are drawn at random.
+// No error ever reaches the carry row, so every band starts from its source
+// alone; the run state and the scan direction restart at every plane.
+struct RandomRuns : engine::PolicyBase<double> {
+  std::uint16_t left = 0;    // pixels left in the run; 0 starts a new one
+  std::int16_t index = 0;    // run-length index last chosen
+  std::int16_t repeats = 0;  // times in a row the drawn index equalled it
+  std::uint32_t along = 0;   // 1: error to the next pixel; 0: below
+
+  void begin_plane(std::uint32_t) { left = 0, index = 0, repeats = 0, along = 0; }
+
+  // Every pixel makes a draw it does not use. A pixel that finds no run under
+  // way draws the next run's length index. A drawn index equal to the current
+  // one counts as a repeat (the index starts at 0 in every plane); the second
+  // repeat in a row is replaced, by 1 if it was 0 and by 0 otherwise. Each run
+  // flips where the error goes.
+  void advance(FeedbackRandom& rng) {
+    (void)rng.draw();
+    if (left == 0) {
+      const auto d = static_cast<std::int16_t>(rng.draw() & 3u);
+      if (d == index) {
+        if (++repeats == 2) {
+          index = d == 0 ? 1 : 0;
+          repeats = 0;
+        }
+      } else {
+        index = d;
+        repeats = 0;
+      }
+      left = kRunLengths[index];
+      along ^= 1u;
+    }
+    left = static_cast<std::uint16_t>(left - 1u);
+  }
+
+  // Ordinary rows damp the error; a row end can only send it down, so the run
+  // under way carries on into the next row. The band's last row sends the
+  // error undamped along the row or drops it, and its final pixel only
+  // decides its dot.
+  template <Dir D, Role R>
+  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom& rng) {
+    const double e = quantise(v, px.x, out);
+    if constexpr (R == Role::LastEnd) return {0.0, 0.0};
+    advance(rng);
+    if constexpr (R == Role::LastInner) return {along ? e : 0.0, 0.0};
+    const double damped = e * kRunDamping;
+    if constexpr (R == Role::RowEnd) return {0.0, along ? 0.0 : damped};
+    return {along ? damped : 0.0, along ? 0.0 : damped};
+  }
+};
+
+inline constexpr double kHalfDamping = 0.985;
+inline constexpr double kHalf = 0.5;
+
+// Half split in doubles: each pixel's error, damped by 0.985, goes half to
+// the next pixel along the row and half below; the last row's downward halves
+// wait in the carry row for the next band's first row. Every pixel but the final one of the band's
+// last row advances the generator by one unused draw. Row ends keep only the downward half; the
+// final pixel of the last row passes nothing on.
+struct DampedHalves : engine::PolicyBase<double> {
+  template <Dir D, Role R>
+  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom& rng) {
+    const double e = quantise(v, px.x, out);
+    if constexpr (R == Role::LastEnd) return {0.0, 0.0};
+    (void)rng.draw();
+    const double h = e * kHalfDamping * kHalf;
+    if constexpr (R == Role::RowEnd) return {0.0, h};
+    return {h, h};
+  }
+};
+
 // Tone-banded integer diffusion: 16-bit error rows, the split of each pixel's
 // error between the next pixel and the pixel below chosen by the source tone
 // (at random for darker tones, by column parity for the lightest), and a
 // tone-indexed noise term added to what every second pixel passes on.
-#include "screens/damped/noise_tables.h"
-#include "screens/damped/rules.h"
-#include "screens/damped/screens.h"
 
-namespace halftone::damped {
-namespace {
-
-using Shares = engine::Shares<std::int32_t>;
+using IntShares = engine::Shares<std::int32_t>;
 using engine::half;
 using engine::shift_half;
 using engine::two_thirds;
@@ -43,7 +137,7 @@ struct ToneBanded : engine::PolicyBase<std::int16_t> {
   static constexpr std::int16_t kCarryStart = Rules::kCarryStart;
 
   template <Dir D, Role R>
-  Shares pixel(std::int16_t c, Pixel px, Out& out, FeedbackRandom& rng) {
+  IntShares pixel(std::int16_t c, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t v = c + static_cast<std::int32_t>(px.s);
     const bool dot = v <= 128;
     out.put(px.x, dot);
@@ -133,31 +227,5 @@ struct HalvesRules {
     return half(e);
   }
 };
-
-template <class Rules>
-int run(unsigned char const* source, unsigned char* dots, std::uint32_t width, std::uint32_t height,
-        std::uint32_t control) {
-  ToneBanded<Rules> policy;
-  return engine::screen(policy, shared_lines(), source, dots, width, height, control);
-}
-
-}  // namespace
-
-int tone_banded(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                std::uint32_t height, std::uint32_t control) {
-  return run<Amplitude31Rules>(source, dots, width, height, control);
-}
-int tone_banded_quarters(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                         std::uint32_t height, std::uint32_t control) {
-  return run<Band31Rules>(source, dots, width, height, control);
-}
-int five_band(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-              std::uint32_t height, std::uint32_t control) {
-  return run<FiveBandRules>(source, dots, width, height, control);
-}
-int halves(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-           std::uint32_t height, std::uint32_t control) {
-  return run<HalvesRules>(source, dots, width, height, control);
-}
 
 }  // namespace halftone::damped

@@ -13,7 +13,7 @@
 #include "frame/layout.h"
 #include "frame/tone_curves.h"
 
-namespace halftone::multilevel {
+namespace halftone {
 
 struct Decision {
   std::uint32_t code;
@@ -129,4 +129,4 @@ struct TwoLevel {
   }
 };
 
-}  // namespace halftone::multilevel
+}  // namespace halftone

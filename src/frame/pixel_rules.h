@@ -1,21 +1,17 @@
-// Dot decisions shared by the error-diffusion screens.
+// Per-pixel rules several families share: the one-bit dot test (plain and
+// inverted), the four-case pick and the tone push.
 #pragma once
 #include <cstdint>
 
 #include "frame/band_engine.h"
+#include "frame/tone_curves.h"
 
-namespace halftone::diffusion {
-
-using engine::Dir;
-using engine::Pixel;
-using engine::Role;
-using Shares = engine::Shares<std::int32_t>;
-using Out = engine::RowOut<1>;
+namespace halftone::engine {
 
 // Value at most 128: a dot, passing on the value; otherwise paper, passing on
 // value - 255. With the white-pixel rule a source of 255 is never inked.
 template <bool kWhiteRule>
-inline std::int32_t quantise(std::int16_t v, Pixel px, Out& out) {
+inline std::int32_t quantise(std::int16_t v, Pixel px, RowOut<1>& out) {
   const bool dot = v <= 128;
   out.put(px.x, kWhiteRule ? dot && px.s < 255 : dot);
   return wrap16(dot ? v : v - 255);
@@ -23,7 +19,7 @@ inline std::int32_t quantise(std::int16_t v, Pixel px, Out& out) {
 
 // The inverted screens: a set bit is paper.
 template <bool kWhiteRule>
-inline std::int32_t quantise_inverted(std::int16_t v, Pixel px, Out& out) {
+inline std::int32_t quantise_inverted(std::int16_t v, Pixel px, RowOut<1>& out) {
   const bool paper = v > 128;
   out.put(px.x, kWhiteRule ? paper || px.s == 255 : paper);
   return wrap16(paper ? v - 255 : v);
@@ -40,4 +36,14 @@ inline std::int32_t pick(std::uint32_t r, std::int32_t c0, std::int32_t c1, std:
   return (low_pair & ~high) | (high_pair & high);
 }
 
-}  // namespace halftone::diffusion
+// The tone push: every second pixel's error is pushed by the active curves,
+// curve A at odd columns going right, curve B at even columns going left.
+template <Dir D>
+inline std::int16_t tone_push(std::int16_t e, Pixel px, ActiveToneCurves const& curves) {
+  if constexpr (D == Dir::Ltr)
+    return (px.x & 1u) ? wrap16(e + curves.a[px.s]) : e;
+  else
+    return (px.x & 1u) ? e : wrap16(e + curves.b[px.s]);
+}
+
+}  // namespace halftone::engine

@@ -1,18 +1,15 @@
-// Block-offset diffusion: serpentine two-neighbour diffusion whose pixels are
-// biased by a 16 x 16 tile chosen by grey value, in 16-bit and double
-// precision, and the random-split member that shares their frame.
-#include "screens/loaded/block_offset.h"
-
+// The rules of the block-offset diffusion screens: serpentine two-neighbour
+// diffusion whose pixels are biased by a 16 x 16 tile chosen by grey value, in
+// 16-bit and double precision, and the random-split member that shares their
+// frame. One policy of the band engine each; the export table runs them.
+#pragma once
+#include <cstdint>
 #include <type_traits>
 
 #include "frame/band_engine.h"
-#include "frame/band_lines.h"
-#include "frame/state.h"
 #include "frame/tone_curves.h"
 
 namespace halftone::loaded {
-
-namespace {
 
 using engine::Dir;
 using engine::Pixel;
@@ -43,14 +40,14 @@ struct BlockFrame : engine::PolicyBase<T> {
   }
 };
 
-constexpr std::int32_t halve(std::int32_t t) { return t / 2; }
-constexpr double halve(double t) { return t * 0.5; }
+inline constexpr std::int32_t halve(std::int32_t t) { return t / 2; }
+inline constexpr double halve(double t) { return t * 0.5; }
 
 // Offset by grey and tile position, then half along and the rest down. The
 // double-precision screen's own offset table is never filled by any loader:
 // every offset is 0, and adding 0.0 changes no value, so it adds none.
 template <class T>
-struct HalfSplit : BlockFrame<T> {
+struct BlockHalfSplit : BlockFrame<T> {
   using Acc = typename BlockFrame<T>::Acc;
   static constexpr bool kOffsets = !std::is_floating_point_v<T>;
   T const* offsets = nullptr;
@@ -68,7 +65,7 @@ struct HalfSplit : BlockFrame<T> {
 // The share down for a pixel of grey s with (biased) error t and draw r.
 // The draw picks a case from a table rather than a branch: its bits are noise.
 template <Dir D>
-std::int32_t random_down(std::int32_t t, std::uint32_t s, std::uint32_t r) {
+inline std::int32_t random_down(std::int32_t t, std::uint32_t s, std::uint32_t r) {
   const std::int32_t third = engine::third(t), rest = t - third;
   if (s >= 176) {
     const std::int32_t cases[2] = {rest, third};
@@ -86,7 +83,7 @@ std::int32_t random_down(std::int32_t t, std::uint32_t s, std::uint32_t r) {
 // No offsets: the error, biased by the curves (second curve at even columns
 // going right, first curve at odd columns going left; the dot is already
 // set), is split on one full draw a pixel.
-struct RandomSplit : BlockFrame<std::int16_t> {
+struct BlockRandomSplit : BlockFrame<std::int16_t> {
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R>
@@ -101,26 +98,5 @@ struct RandomSplit : BlockFrame<std::int16_t> {
     return {t - down, down};
   }
 };
-
-}  // namespace
-
-int block_offset(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                 std::uint32_t height, std::uint32_t control) {
-  HalfSplit<std::int16_t> policy;
-  policy.offsets = stores().ThresholdBlockStack;
-  return engine::screen(policy, shared_lines(), source, dots, width, height, control);
-}
-
-int block_offset_double(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                        std::uint32_t height, std::uint32_t control) {
-  HalfSplit<double> policy;
-  return engine::screen(policy, block_offset_double_lines(), source, dots, width, height, control);
-}
-
-int block_random_split(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-                       std::uint32_t height, std::uint32_t control) {
-  RandomSplit policy;
-  return engine::screen(policy, shared_lines(), source, dots, width, height, control);
-}
 
 }  // namespace halftone::loaded

@@ -1,0 +1,172 @@
+// The rules of the error-diffusion screens, one policy of the band engine
+// each; the export table runs them on the engine.
+#pragma once
+#include <cstdint>
+#include <vector>
+
+#include "frame/band_engine.h"
+#include "frame/pixel_rules.h"
+#include "frame/state.h"
+#include "frame/tone_curves.h"
+
+namespace halftone::diffusion {
+
+using engine::Dir;
+using engine::pick;
+using engine::Pixel;
+using engine::quantise;
+using engine::quantise_inverted;
+using engine::Role;
+using engine::third;
+using engine::two_thirds;
+using Shares = engine::Shares<std::int32_t>;
+using Out = engine::RowOut<1>;
+
+// One plane, one call: a 1 sends the error below, a 0 ahead; row ends drop it
+// on a 0. The last row keeps it in the row on a 1 and drops it on a 0, and its
+// final pixel draws nothing. The working lines live for the call only.
+struct RandomDirectionPage : engine::PolicyBase<std::int16_t> {
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
+    const std::int32_t e = quantise<false>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    const std::int32_t keep = -static_cast<std::int32_t>(rng.bit());  // all ones on a 1
+    if constexpr (R == Role::LastInner) return {e & keep, 0};
+    return {e & ~keep, e & keep};
+  }
+};
+
+// Banded random direction: the sense is reversed (1 ahead, 0 below). Row ends
+// draw, ignore the bit and send two thirds below; the last row sends a 1 into
+// the carry.
+struct RandomDirection : engine::PolicyBase<std::int16_t> {
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
+    const std::int32_t e = quantise<false>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    const std::int32_t one = -static_cast<std::int32_t>(rng.bit());
+    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+    if constexpr (R == Role::LastInner) return {e & ~one, e & one};
+    return {e & one, e & ~one};
+  }
+};
+
+// Thirds on r2 (two random bits). Ordinary rows: 3 all ahead, 1 all below, 2
+// and 0 split in thirds, mirrored between the directions. The last row
+// exchanges 3 and 1 (3 sends everything into the carry) and splits as a
+// right-to-left row does, in both directions.
+template <Dir D, Role R>
+Shares split_thirds(std::int32_t e, std::uint32_t r2) {
+  const std::int32_t t = third(e), tt = two_thirds(e);
+  if constexpr (R == Role::LastInner) return {pick(r2, tt, e, t, 0), pick(r2, t, 0, tt, e)};
+  if constexpr (D == Dir::Ltr) return {pick(r2, t, 0, tt, e), pick(r2, tt, e, t, 0)};
+  return {pick(r2, tt, 0, t, e), pick(r2, t, e, tt, 0)};
+}
+
+// Thirds with the tone push: white pixels are never inked, the error is
+// pushed by the active curves, and row ends send two thirds below without
+// drawing.
+struct TonePush : engine::PolicyBase<std::int16_t> {
+  ActiveToneCurves curves = active_curves();
+
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
+    std::int32_t e = quantise<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    e = engine::tone_push<D>(static_cast<std::int16_t>(e), px, curves);
+    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+    return split_thirds<D, R>(e, rng.two_bits());
+  }
+};
+
+// Inverted thirds: a set bit is paper (white sources always paper); no push.
+// Row ends make one draw, ignore it and send two thirds below.
+struct InvertedThirds : engine::PolicyBase<std::int16_t> {
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
+    const std::int32_t e = quantise_inverted<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    const std::uint32_t r2 = rng.two_bits();
+    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+    return split_thirds<D, R>(e, r2);
+  }
+};
+
+// Inverted quarters, a table for each direction; the source grey plays no
+// part. Left to right, cases 0 and 2 alike keep three quarters in the row, 1
+// all ahead, 3 all below; right to left, 0 all ahead, 2 all below, 1 and 3
+// split. The last row: 3 all into the carry, 1 all ahead. Row ends draw,
+// ignore it and send two thirds below.
+struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
+    const std::int32_t e = quantise_inverted<false>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    const std::uint32_t r = rng.two_bits();
+    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+    const std::int32_t q = engine::quarter(e), tq = engine::three_quarters(e);
+    if constexpr (R == Role::LastInner) return {pick(r, tq, e, q, 0), pick(r, q, 0, tq, e)};
+    if constexpr (D == Dir::Ltr) return {pick(r, tq, e, tq, 0), pick(r, q, 0, q, e)};
+    return {pick(r, e, q, 0, tq), pick(r, 0, tq, e, q)};
+  }
+};
+
+// Conserving split: one random bit a pixel, reseeded on first bands only. A 1
+// sends everything ahead, a 0 a third ahead and the rest below. Row ends: a 1
+// drops the error, a 0 sends two thirds below. The last row reverses the
+// sense: a 1 sends everything into the carry, a 0 a third ahead and the rest
+// into the carry. White pixels are never inked.
+struct Conserving : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
+
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
+    const std::int32_t e = quantise<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    const std::int32_t one = -static_cast<std::int32_t>(rng.bit());
+    const std::int32_t t = third(e), rest = e - t;
+    if constexpr (R == Role::RowEnd) return {0, two_thirds(e) & ~one};
+    if constexpr (R == Role::LastInner) return {t & ~one, (e & one) | (rest & ~one)};
+    return {(e & one) | (t & ~one), rest & ~one};
+  }
+};
+
+// Counter-driven split: a 13-state cycle a plane decides where each pixel's
+// whole error goes, and each plane's scan direction runs on from band to band
+// (one cycle a plane, any number of planes, cleared on a first band).
+// Ordinary pixels send ahead on 7-12 and below on 0-6; a row end keeps its
+// error (below) only on 0-5; the last row carries on 0-5 and sends ahead on
+// 6-12, and its final pixel does not step the counter.
+struct CounterDriven : engine::PolicyBase<std::int16_t> {
+  PlaneCycle* cycle = nullptr;
+
+  static std::vector<PlaneCycle>& cycles() { return state().cycles; }
+
+  void begin_band(ScreenControl control) {
+    if (control.first_band()) cycles().clear();
+    if (cycles().size() < control.planes) cycles().resize(control.planes);
+  }
+
+  void begin_plane(std::uint32_t plane) { cycle = &cycles()[plane]; }
+
+  Dir begin_row(std::uint32_t, std::uint32_t) {
+    if (cycle->counter > 12) cycle->counter = 0;
+    const Dir dir = cycle->right_to_left ? Dir::Rtl : Dir::Ltr;
+    cycle->right_to_left = !cycle->right_to_left;
+    return dir;
+  }
+
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom&) {
+    const std::int32_t e = quantise<false>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    std::int32_t c = cycle->counter + 1;
+    c = c > 12 ? 0 : c;
+    cycle->counter = c;
+    if constexpr (R == Role::RowEnd) return {0, c < 6 ? e : 0};
+    if constexpr (R == Role::LastInner) return {c < 6 ? 0 : e, c < 6 ? e : 0};
+    return {c > 6 ? e : 0, c > 6 ? 0 : e};
+  }
+};
+
+}  // namespace halftone::diffusion

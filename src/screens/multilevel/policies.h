@@ -1,0 +1,110 @@
+// The rules of the multi-level screens: a dot-code decision (frame/cascades.h),
+// an optional tone push and an error spread, composed into one policy of the
+// band engine; the export table runs them on the engine.
+#pragma once
+#include <cstdint>
+
+#include "frame/band_engine.h"
+#include "frame/cascades.h"
+#include "frame/pixel_rules.h"
+#include "frame/tone_curves.h"
+
+namespace halftone::multilevel {
+
+using engine::Dir;
+using engine::half;
+using engine::pick;
+using engine::Pixel;
+using engine::Role;
+using engine::third;
+using engine::two_thirds;
+using Shares = engine::Shares<std::int32_t>;
+
+// Output cells: four two-bit codes a byte, or two four-bit codes a byte.
+struct TwoBitCells {
+  static constexpr unsigned kBits = 2;
+};
+struct FourBitCells {
+  static constexpr unsigned kBits = 4;
+};
+
+// The tone push of the active curves (see frame/pixel_rules.h).
+struct ToneBias {
+  ActiveToneCurves curves = active_curves();
+
+  template <Dir D>
+  std::int16_t apply(std::int16_t e, Pixel px) const {
+    return engine::tone_push<D>(e, px, curves);
+  }
+};
+struct NoBias {
+  template <Dir D>
+  std::int16_t apply(std::int16_t e, Pixel) const {
+    return e;
+  }
+};
+
+// Two random bits: 3 sends everything ahead, 1 everything below, 0 and 2 half
+// each way (the odd unit is lost). A row's end draws, ignores the draw and
+// sends two thirds below. The band's last row splits between the next pixel
+// and the carry line by thirds; its final pixel is coded and nothing more.
+struct HalvesSpread {
+  static constexpr bool kCarryOnlyAfterRtl = false;
+  template <Role R>
+  static constexpr bool kSilent = R == Role::LastEnd;
+
+  template <Dir D, Role R>
+  static Shares spread(std::int32_t e, FeedbackRandom& rng) {
+    const std::uint32_t r = rng.two_bits();
+    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+    if constexpr (R == Role::LastInner) {
+      const std::int32_t t = third(e), tt = two_thirds(e);
+      return {pick(r, tt, e, t, 0), pick(r, t, 0, tt, e)};
+    }
+    const std::int32_t h = half(e);
+    return {pick(r, h, 0, h, e), pick(r, h, e, h, 0)};
+  }
+};
+
+// One random bit, the same rule at every pixel: a third one way and the rest
+// the other. Shares that would leave the row are lost; the last row's
+// downward shares reach the carry line only when that row runs right to left.
+struct ThirdSplit {
+  static constexpr bool kCarryOnlyAfterRtl = true;
+  template <Role R>
+  static constexpr bool kSilent = false;
+
+  template <Dir D, Role R>
+  static Shares spread(std::int32_t e, FeedbackRandom& rng) {
+    const std::int32_t t = third(e);
+    const bool b = rng.bit();
+    return {b ? e - t : t, b ? t : e - t};
+  }
+};
+
+template <class Decide, class Bias, class Spread, class Cells>
+struct CodeScreen : engine::PolicyBase<std::int16_t> {
+  static constexpr bool kCarryOnlyAfterRtl = Spread::kCarryOnlyAfterRtl;
+  static constexpr unsigned kBits = Cells::kBits;
+
+  Decide decision{};
+  Bias bias{};
+
+  template <Dir D, Role R>
+  Shares pixel(std::int16_t v, Pixel px, engine::RowOut<kBits>& out, FeedbackRandom& rng) {
+    const Decision d = decision.decide(v, px.s);
+    out.put(px.x, d.code);
+    if constexpr (Spread::template kSilent<R>) return {0, 0};
+    return Spread::template spread<D, R>(bias.template apply<D>(d.e, px), rng);
+  }
+};
+
+// The six screens.
+using BracketedFour = CodeScreen<BracketedFourLevel, ToneBias, HalvesSpread, TwoBitCells>;
+using FixedFour = CodeScreen<FixedFourLevel, ToneBias, HalvesSpread, TwoBitCells>;
+using TwoLevelCodes = CodeScreen<TwoLevel, ToneBias, HalvesSpread, TwoBitCells>;
+using BracketedFourThirds = CodeScreen<BracketedFourLevel, ToneBias, ThirdSplit, TwoBitCells>;
+using BracketedEight = CodeScreen<BracketedEightLevel, NoBias, HalvesSpread, FourBitCells>;
+using FixedEight = CodeScreen<FixedEightLevel, NoBias, HalvesSpread, FourBitCells>;
+
+}  // namespace halftone::multilevel
