@@ -215,18 +215,75 @@ def two_screens():
 
 
 def test_report_is_regenerated_identically(tmp_path, two_screens):
+    first = two_screens.split(",")[0]
+    bench = tmp_path / "bench.json"
+    bench.write_text(json.dumps({"benchmarks": [{"name": f"BM_{first}", "MP/s": 123.0}]}))
+    # The first run goes into a folder holding an earlier report and a file of the user's.
+    (tmp_path / "a" / "plots").mkdir(parents=True)
+    (tmp_path / "a" / "plots" / "stale.png").write_bytes(b"old")
+    (tmp_path / "a" / "notes.txt").write_text("mine")
     pages = []
     for run in ("a", "b"):
         out = tmp_path / run
-        results = report.build(str(out), seed_time=1000, screens=two_screens, patch=16)
+        results = report.build(str(out), seed_time=1000, screens=two_screens, patch=16,
+                               bench=str(bench))
         assert not any("skipped" in r.numbers for r in results)
         pages.append({name: (out / name).read_bytes()
                       for name in ("measurements.json", "measurements.csv", "index.html")})
     assert pages[0] == pages[1]
     numbers = json.loads(pages[0]["measurements.json"])
     assert [s["id"] for s in numbers["screens"]] == two_screens.split(",")
+    assert [s["speed"] for s in numbers["screens"]] == [123.0, None]
     assert len(numbers["screens"][0]["coverage"]) == 256
-    assert os.path.exists(tmp_path / "a" / "plots" / f"{two_screens.split(',')[0]}-tone.png")
+    assert (tmp_path / "a" / "plots" / f"{first}-tone.png").exists()
+    assert not (tmp_path / "a" / "plots" / "stale.png").exists()
+    assert (tmp_path / "a" / "notes.txt").read_text() == "mine"
+    assert not [p for p in os.listdir(tmp_path) if p.startswith(".report-")]
+
+
+# ---- The guide ----
+
+
+def fake_result(sid, bits=1, files=(), **numbers):
+    row = halftone.Screen(sid, sid.upper(), "test", bits, "same", "banded", (), 0, None, "")
+    values = dict(id=sid, entry=sid.upper(), family="test", bits=bits, monotonic=True,
+                  max_deviation=0.01, deviation_grey=128, max_reversal=0.0, first_dot=254,
+                  first_hole=1, black=1.0, white=0.0, low_share=0.002, anisotropy_db=1.0,
+                  edge_lag=0.2, type_error=0.02, photo_error=0.03, full_code=(1 << bits) - 1,
+                  turned="", speed=None)
+    values.update(numbers)
+    return report.Result(report.Setting(row, {}, "defaults", list(files)), values)
+
+
+def order_in(text, *names):
+    return [text.index(f"<code>{n}</code>") for n in names]
+
+
+def test_guide_ranks_from_the_numbers():
+    results = [
+        fake_result("smooth", low_share=0.0005, type_error=0.03, speed=50.0),
+        fake_result("grainy", low_share=0.004, type_error=0.01, speed=400.0),
+        fake_result("grid", low_share=0.0001, anisotropy_db=25.0, type_error=0.02, speed=900.0),
+        fake_result("pushed", max_deviation=0.2, low_share=0.0001, speed=2000.0),
+        fake_result("holey", black=0.9, type_error=0.001, monotonic=False, max_reversal=0.02),
+        fake_result("two-a", bits=2, type_error=0.02, photo_error=0.05, files=["x.pat"]),
+        fake_result("two-b", bits=2, type_error=0.01, photo_error=0.02),
+    ]
+    guide = dict(report.guide(results, have_speeds=True))
+    photo, text, fast = guide["Photographs"], guide["Text and line art"], guide["Fast proofs"]
+    assert order_in(photo, "smooth", "grainy") == sorted(order_in(photo, "smooth", "grainy"))
+    assert "<code>pushed</code>" not in photo and "<code>holey</code>" not in photo
+    assert photo.index("<code>grid</code>") > photo.index("Left out")
+    assert text.index("<code>grainy</code>") < text.index("<code>grid</code>") \
+        < text.index("<code>smooth</code>")
+    assert "<code>holey</code>" not in text
+    assert fast.index("<code>grid</code>") < fast.index("<code>grainy</code>")
+    assert "<code>pushed</code>" not in fast
+    multi = guide["Multi-level heads"]
+    assert multi.index("<code>two-b</code>") < multi.index("<code>two-a</code></a>*")
+    warn = guide["Watch out for"]
+    assert "<code>holey</code>" in warn and "<code>pushed</code>" in warn
+    assert "Data files" in guide
 
 
 @pytest.mark.parametrize("args, message", [
