@@ -17,6 +17,7 @@ from __future__ import annotations
 import argparse
 import csv
 import html
+import importlib.util
 import json
 import math
 import os
@@ -286,7 +287,7 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
     codes = [screener.codes(_flat(g, patch, patch)) for g in greys]
     # A full dot is the highest code the screen writes (multi-level screens may
     # use fewer codes than their bits hold).
-    screener.full = max(int(max(c.max() for c in codes)), 0) or measure.highest_code(s.bits)
+    screener.full = int(max(c.max() for c in codes)) or measure.highest_code(s.bits)
     raw = np.array([c.mean() for c in codes]) / screener.full
     del codes
     # A screen whose set bit is paper prints more set bits on white than on black.
@@ -968,12 +969,10 @@ def build(out: str, seed_time: int = DEFAULT_SEED_TIME, bench: str | None = None
     """
     if module is None:
         import halftone as module
-    try:
-        import matplotlib  # noqa: F401  (the plots)
-        import PIL  # noqa: F401  (the samples)
-    except ImportError as e:
-        raise ReportError(f"the report needs matplotlib and Pillow ({e}); on Debian: "
-                          "apt-get install python3-matplotlib python3-pil") from None
+    missing = [name for name in ("matplotlib", "PIL") if importlib.util.find_spec(name) is None]
+    if missing:
+        raise ReportError(f"the report needs matplotlib and Pillow ({', '.join(missing)} not "
+                          "found); on Debian: apt-get install python3-matplotlib python3-pil")
     if not 16 <= patch <= 1024:
         raise ReportError(f"--patch must be 16..1024, not {patch}")
     if not 0 <= seed_time <= 0xFFFFFFFF:
