@@ -154,6 +154,10 @@ def _check(paths, screen, fmt, planes, options):
     if unknown:
         raise TypeError(f"unknown option(s) {', '.join(unknown)}; options are "
                         f"{', '.join(sorted(known))}")
+    job_options = dict(options)
+    _screening._whole_number("band_height", job_options.pop("band_height", 1), 1, 0xFFFFFFFF)
+    with _screening.Job(info.id, 1, planes, **job_options):
+        pass  # the values the job would refuse, refused here once for every page
     return [os.fspath(p) for p in paths], info
 
 

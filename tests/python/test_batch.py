@@ -84,6 +84,7 @@ def test_failures_name_the_page(client, pages, tmp_path):
 @pytest.mark.parametrize("call, error", [
     (lambda p, out: batch.screen_files(p, "no-such-screen", out), KeyError),
     (lambda p, out: batch.screen_files(p + p, screen_of(1).id, out), ValueError),
+    (lambda p, out: batch.screen_files(p, screen_of(1).id, out, levels=[0, 9]), ValueError),
 ])
 def test_bad_batches_write_nothing(client, pages, tmp_path, call, error):
     with pytest.raises(error):
