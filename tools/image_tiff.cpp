@@ -93,6 +93,7 @@ class TiffReader final : public Reader {
 
   Handle open_handle() {
     tiff_message[0] = 0;
+    ::fseeko(file_, 0, SEEK_SET);  // libtiff reads the header from where the stream is
     Handle handle(open_tiff_stream(file_, in_->name(), "rm"));
     if (!handle) fail("not a readable TIFF");
     return handle;

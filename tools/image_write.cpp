@@ -213,7 +213,8 @@ class TiffWriter final : public StreamWriter {
                  p.bits == 8 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_MINISWHITE);
     TIFFSetField(t, TIFFTAG_COMPRESSION, dots ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW);
     TIFFSetField(t, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
-    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, dots ? p.height : TIFFDefaultStripSize(t, 0));
+    // Strips of about 8 KiB: libtiff buffers a whole strip as it writes.
+    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(t, 0));
     TIFFSetField(t, TIFFTAG_PAGENUMBER, page_++, 0);
     if (!p.name.empty()) TIFFSetField(t, TIFFTAG_PAGENAME, p.name.c_str());
     if (p.x_dpi > 0 && p.y_dpi > 0) {

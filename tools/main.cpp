@@ -91,6 +91,13 @@ int main(int argc, char** argv) {
   demo->add_option("--seed-time", demo_options.seed_time, "seconds the random screens seed from");
   demo->add_flag("-q,--quiet", demo_options.quiet, "no status line");
 
+  bool known = argc < 2 || argv[1][0] == '-';
+  for (CLI::App* command : app.get_subcommands([](CLI::App*) { return true; }))
+    known = known || command->check_name(argv[1]);
+  if (!known) {
+    std::fprintf(stderr, "halftone: unknown command '%s' (list, screen, demo)\n", argv[1]);
+    return kExitBadInput;
+  }
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& e) {

@@ -100,14 +100,14 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
 #ifdef O_TMPFILE
     // An unnamed file vanishes with the process however it ends.
     if (::access("/proc/self/fd", X_OK) == 0) {
-      fd_ = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
+      fd_ = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
       unnamed_ = fd_ >= 0;
     }
 #endif
     for (int attempt = 0; fd_ < 0 && attempt < 100; ++attempt) {
       pending_ = temporary_beside(target);
       arm(pending_);
-      fd_ = ::open(pending_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+      fd_ = ::open(pending_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
       if (fd_ < 0 && errno != EEXIST) break;
     }
     if (fd_ < 0) {
@@ -118,7 +118,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     }
     if (exists) (void)::fchmod(fd_, mode);  // as the file it replaces, whatever the umask
   }
-  stream_ = ::fdopen(fd_, "wb");
+  stream_ = ::fdopen(fd_, direct_ ? "wb" : "w+b");  // TIFF reads back what it wrote
   if (stream_ == nullptr) {
     const std::string why = error_text();
     discard();

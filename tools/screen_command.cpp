@@ -1,8 +1,10 @@
 // The list and screen commands.
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 
 #include "commands.h"
@@ -178,11 +180,19 @@ int list_command() {
       "(--pattern / --pattern2 banks of the size shown, else --pattern-size), matrix\n"
       "(--matrix BMP), blocks (--blocks text file), built-matrix (made by the library).\n"
       "A screen marked [turned] writes a height x width page.\n\n");
-  std::printf("%-22s %-16s %-11s %-4s %-8s %-26s %s\n", "ID", "ENTRY", "FAMILY", "BITS", "BANDS",
-              "NEEDS", "SUMMARY");
-  for (auto const* info : all_screens())
-    std::printf("%-22s %-16s %-11s %-4d %-8s %-26s %s%s\n", info->id, info->entry, info->family,
-                info->bits, banding_name(info->banding), needs_text(*info).c_str(), info->summary,
+  const auto screens = all_screens();
+  int id_w = 2, entry_w = 5, needs_w = 5;
+  for (auto const* info : screens) {
+    id_w = std::max(id_w, static_cast<int>(std::strlen(info->id)));
+    entry_w = std::max(entry_w, static_cast<int>(std::strlen(info->entry)));
+    needs_w = std::max(needs_w, static_cast<int>(needs_text(*info).size()));
+  }
+  std::printf("%-*s  %-*s  %-10s  %-4s  %-7s  %-*s  %s\n", id_w, "ID", entry_w, "ENTRY", "FAMILY",
+              "BITS", "BANDS", needs_w, "NEEDS", "SUMMARY");
+  for (auto const* info : screens)
+    std::printf("%-*s  %-*s  %-10s  %-4d  %-7s  %-*s  %s%s\n", id_w, info->id, entry_w, info->entry,
+                info->family, info->bits, banding_name(info->banding), needs_w,
+                needs_text(*info).c_str(), info->summary,
                 info->layout == HALFTONE_LAYOUT_SAME ? "" : " [turned]");
   return 0;
 }

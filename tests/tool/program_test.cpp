@@ -1,0 +1,406 @@
+// The halftone program as a user drives it: pipes, formats, CMYK jobs,
+// streaming memory, output kinds kept, interrupted runs, refused input.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <halftone/halftone.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+extern char** environ;
+
+namespace halftone::test {
+namespace {
+
+namespace fs = std::filesystem;
+using Bytes = std::vector<unsigned char>;
+
+struct Result {
+  int status = -1;  // exit status, or -signal
+  std::string out, err;
+  long max_rss_kb = 0;
+};
+
+std::string slurp(fs::path const& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+class Program : public ::testing::Test {
+ protected:
+  fs::path dir = fs::temp_directory_path() / ("halftone-tool-" + std::to_string(::getpid()));
+  void SetUp() override { fs::create_directories(dir); }
+  void TearDown() override { fs::remove_all(dir); }
+  std::string at(std::string const& name) const { return (dir / name).string(); }
+
+  // Starts the program with stdin from `in` (a path, "" for /dev/null) and
+  // stdout, stderr into files; `feed` (if any) is given the write end of a
+  // pipe on stdin instead.
+  pid_t start(std::vector<std::string> const& args, std::string const& in = "",
+              int* feed = nullptr) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    int pipe_fds[2] = {-1, -1};
+    if (feed != nullptr) {
+      EXPECT_EQ(::pipe(pipe_fds), 0);
+      posix_spawn_file_actions_adddup2(&actions, pipe_fds[0], 0);
+      posix_spawn_file_actions_addclose(&actions, pipe_fds[1]);
+    } else {
+      posix_spawn_file_actions_addopen(&actions, 0, in.empty() ? "/dev/null" : in.c_str(), O_RDONLY,
+                                       0);
+    }
+    posix_spawn_file_actions_addopen(&actions, 1, at("stdout").c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, 2, at("stderr").c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    std::vector<char*> argv = {const_cast<char*>(HALFTONE_TOOL_PATH)};
+    for (auto const& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    pid_t pid = -1;
+    EXPECT_EQ(posix_spawn(&pid, HALFTONE_TOOL_PATH, &actions, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    if (feed != nullptr) {
+      ::close(pipe_fds[0]);
+      *feed = pipe_fds[1];
+    }
+    return pid;
+  }
+  Result finish(pid_t pid) {
+    Result r;
+    int status = 0;
+    struct rusage usage {};
+    ::wait4(pid, &status, 0, &usage);
+    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    r.max_rss_kb = usage.ru_maxrss;
+    r.out = slurp(dir / "stdout");
+    r.err = slurp(dir / "stderr");
+    return r;
+  }
+  Result run(std::vector<std::string> const& args, std::string const& in = "") {
+    return finish(start(args, in));
+  }
+
+  // A grey PGM of a horizontal ramp with a vertical wave.
+  std::string pgm(std::uint32_t width, std::uint32_t height) {
+    std::string s = "P5\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
+    for (std::uint32_t y = 0; y < height; ++y)
+      for (std::uint32_t x = 0; x < width; ++x)
+        s += static_cast<char>((x * 255 / (width - 1) + (y % 7) * 3) & 0xFF);
+    return s;
+  }
+  std::string write(std::string const& name, std::string const& bytes) {
+    std::ofstream(dir / name, std::ios::binary) << bytes;
+    return at(name);
+  }
+  // Files in the folder besides the captured streams.
+  std::vector<std::string> leftovers(std::vector<std::string> const& expected) {
+    std::vector<std::string> found;
+    for (auto const& entry : fs::directory_iterator(dir)) {
+      const std::string name = entry.path().filename().string();
+      if (name != "stdout" && name != "stderr" &&
+          std::find(expected.begin(), expected.end(), name) == expected.end())
+        found.push_back(name);
+    }
+    return found;
+  }
+};
+
+// A screen of the registry with the given bits and needs (none by default).
+halftone_screen_info const* registry_screen(int bits, unsigned needs = 0,
+                                            halftone_banding banding = HALFTONE_BANDING_CARRIED) {
+  for (std::size_t i = 0; i < halftone_screen_count(); ++i) {
+    auto const* info = halftone_screen_info_at(i);
+    if (info->bits == bits && info->needs == needs && info->banding == banding &&
+        info->layout == HALFTONE_LAYOUT_SAME)
+      return info;
+  }
+  return nullptr;
+}
+
+TEST_F(Program, PipeEqualsFileAndStatusStaysOutOfTheOutput) {
+  const std::string in = write("in.pgm", pgm(70, 50));
+  auto const* screen = registry_screen(1);
+  ASSERT_NE(screen, nullptr);
+  const Result file = run({"screen", screen->id, in, at("out.pbm"), "--seed-time", "3"});
+  ASSERT_EQ(file.status, 0) << file.err;
+  EXPECT_TRUE(file.out.empty());
+  EXPECT_NE(file.err.find(screen->id), std::string::npos);  // the status line
+  const Result pipe = run({"screen", screen->id, "-", "-", "--seed-time", "3"}, in);
+  ASSERT_EQ(pipe.status, 0) << pipe.err;
+  EXPECT_EQ(pipe.out, slurp(dir / "out.pbm"));
+  EXPECT_EQ(pipe.out.rfind("P4\n70 50\n", 0), 0u);
+  EXPECT_EQ(pipe.out.size(), 9 + 9 * 50u);
+  const Result quiet = run({"screen", screen->id, "-", "-", "--seed-time", "3", "-q"}, in);
+  EXPECT_EQ(quiet.out, pipe.out);
+  EXPECT_TRUE(quiet.err.empty()) << quiet.err;
+}
+
+TEST_F(Program, IdAndEntryNameWriteTheSameFile) {
+  const std::string in = write("in.pgm", pgm(40, 30));
+  for (int bits : {1, 2, 4}) {
+    auto const* screen = registry_screen(bits, 0);
+    if (screen == nullptr) continue;
+    SCOPED_TRACE(screen->id);
+    ASSERT_EQ(run({"screen", screen->id, in, at("a.pam"), "--seed-time", "9"}).status, 0);
+    ASSERT_EQ(run({"screen", screen->entry, in, at("b.pam"), "--seed-time", "9"}).status, 0);
+    EXPECT_EQ(slurp(dir / "a.pam"), slurp(dir / "b.pam"));
+  }
+  const Result near = run({"screen", std::string(registry_screen(1)->id) + "x", in, at("c.pbm")});
+  EXPECT_EQ(near.status, 2);
+  EXPECT_NE(near.err.find(std::string("did you mean ") + registry_screen(1)->id), std::string::npos)
+      << near.err;
+}
+
+// The four planes of a CMYK TIFF screened through the job API, one job.
+Bytes job_planes(halftone_screen_info const& screen, Bytes const& cmyk, std::uint32_t width,
+                 std::uint32_t height) {
+  const std::size_t in_stride = halftone_row_bytes(width, 8);
+  const std::size_t out_stride = halftone_row_bytes(width, screen.bits);
+  Bytes source(in_stride * height * 4), dots(out_stride * height * 4);
+  for (std::uint32_t y = 0; y < height; ++y)
+    for (std::uint32_t p = 0; p < 4; ++p)
+      for (std::uint32_t x = 0; x < width; ++x)
+        source[(y * 4 + p) * in_stride + x] = 255 - cmyk[(y * width + x) * 4 + p];
+  halftone::Job job(screen.id, width, 4);
+  job.set("seed-time", "11");
+  const std::uint32_t band = 16;
+  for (std::uint32_t y = 0; y < height; y += band)
+    EXPECT_EQ(job.band(&source[y * 4 * in_stride], in_stride, &dots[y * 4 * out_stride], out_stride,
+                       std::min(band, height - y)),
+              0);
+  EXPECT_EQ(job.finish(), 0);
+  return dots;
+}
+
+TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
+  const std::uint32_t width = 45, height = 37;
+  Bytes cmyk(width * height * 4);
+  for (std::size_t i = 0; i < cmyk.size(); ++i) cmyk[i] = static_cast<unsigned char>(i * 7 % 256);
+  TIFF* t = TIFFOpen(at("in.tif").c_str(), "w");
+  TIFFSetField(t, TIFFTAG_IMAGEWIDTH, width);
+  TIFFSetField(t, TIFFTAG_IMAGELENGTH, height);
+  TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, 8);
+  TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 4);
+  TIFFSetField(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_SEPARATED);
+  TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, 5);
+  for (std::uint32_t y = 0; y < height; ++y) TIFFWriteScanline(t, &cmyk[y * width * 4], y, 0);
+  TIFFClose(t);
+
+  auto const* screen = registry_screen(1);
+  const Bytes expect = job_planes(*screen, cmyk, width, height);
+  const std::size_t stride = halftone_row_bytes(width, 1);
+  for (char const* threads : {"1", "4"}) {
+    SCOPED_TRACE(threads);
+    ASSERT_EQ(run({"screen", screen->id, at("in.tif"), at("out.tif"), "--seed-time", "11",
+                   "--band-height", "16", "--threads", threads})
+                  .status,
+              0);
+    TIFF* out = TIFFOpen(at("out.tif").c_str(), "r");
+    ASSERT_NE(out, nullptr);
+    int pages = 0;
+    do {
+      std::uint16_t compression = 0;
+      std::uint32_t w = 0, h = 0;
+      TIFFGetField(out, TIFFTAG_COMPRESSION, &compression);
+      TIFFGetField(out, TIFFTAG_IMAGEWIDTH, &w);
+      TIFFGetField(out, TIFFTAG_IMAGELENGTH, &h);
+      EXPECT_EQ(compression, COMPRESSION_CCITTFAX4);
+      ASSERT_EQ(w, width);
+      ASSERT_EQ(h, height);
+      Bytes row(TIFFScanlineSize(out));
+      for (std::uint32_t y = 0; y < height; ++y) {
+        ASSERT_EQ(TIFFReadScanline(out, row.data(), y, 0), 1);
+        ASSERT_EQ(0, std::memcmp(row.data(), &expect[(y * 4 + pages) * stride], row.size()))
+            << "plane " << pages << " row " << y;
+      }
+      ++pages;
+    } while (TIFFReadDirectory(out));
+    TIFFClose(out);
+    EXPECT_EQ(pages, 4);
+  }
+}
+
+TEST_F(Program, RefusedInputWritesNothing) {
+  const std::string in = write("in.pgm", pgm(20, 10));
+  write("lie.pgm", "P5\n32768 32768\n255\n");  // 19 bytes declaring 1 GiB
+  write("short.pgm", "P5\n4 2\n255\n\x01\x02");
+  write("text.pgm", "hello");
+  fs::create_directory(dir / "folder");
+  auto const* one = registry_screen(1);
+  auto const* two = registry_screen(2, HALFTONE_NEEDS_TONE_CURVES | HALFTONE_NEEDS_LEVELS);
+  ASSERT_NE(two, nullptr);
+  const std::string out = at("out.pbm");
+  const std::vector<std::vector<std::string>> cases = {
+      {},
+      {"frobnicate"},
+      {"screen", "no-such-screen", in, out},
+      {"screen", one->id, at("missing.pgm"), out},
+      {"screen", one->id, at("lie.pgm"), out},
+      {"screen", one->id, at("short.pgm"), out},
+      {"screen", one->id, at("text.pgm"), out},
+      {"screen", one->id, in, at("out.xyz")},
+      {"screen", one->id, in, at("no/such/folder/out.pbm")},
+      {"screen", one->id, in, at("folder")},
+      {"screen", one->id, in, out, "--band-height", "0"},
+      {"screen", one->id, in, out, "--format", "gif"},
+      {"screen", one->id, in, out, "--mode", "1"},
+      {"screen", one->id, in, out, "--levels", "0,255"},
+      {"screen", one->id, in, out, "--pattern", in},
+      {"screen", two->id, in, out},
+      {"screen", two->id, in, at("o.pgm"), "--levels", "0,85,170"},
+      {"screen", two->id, in, at("o.pgm"), "--levels", "0,170,85,255"},
+      {"screen", two->id, in, at("o.pgm"), "--mode", "7"},
+  };
+  for (auto const& args : cases) {
+    std::string line;
+    for (auto const& a : args) line += a + " ";
+    SCOPED_TRACE(line);
+    const Result r = run(args);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_FALSE(r.err.empty());
+    EXPECT_TRUE(r.out.empty());
+    EXPECT_EQ(leftovers({"in.pgm", "lie.pgm", "short.pgm", "text.pgm", "folder"}),
+              std::vector<std::string>{});
+  }
+}
+
+TEST_F(Program, LyingHeaderIsRefusedWithoutALargeAllocation) {
+  write("lie.pgm", "P5\n32768 32768\n255\n");
+  const Result r = run({"screen", registry_screen(1)->id, at("lie.pgm"), at("o.pbm")});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_LT(r.max_rss_kb, 64 * 1024);
+}
+
+TEST_F(Program, SpecialOutputsKeepTheirKind) {
+  const std::string in = write("in.pgm", pgm(30, 20));
+  const std::string id = registry_screen(1)->id;
+  ASSERT_EQ(run({"screen", id, in, at("ref.pbm"), "--seed-time", "5"}).status, 0);
+  const std::string expect = slurp(dir / "ref.pbm");
+
+  // A symbolic link: its target is replaced, the link stays.
+  fs::create_directory(dir / "real");
+  fs::create_symlink("real/target.pbm", dir / "link.pbm");
+  ASSERT_EQ(run({"screen", id, in, at("link.pbm"), "--seed-time", "5"}).status, 0);
+  EXPECT_TRUE(fs::is_symlink(dir / "link.pbm"));
+  EXPECT_EQ(slurp(dir / "real/target.pbm"), expect);
+
+  // A FIFO: written straight through.
+  ASSERT_EQ(::mkfifo(at("fifo").c_str(), 0600), 0);
+  std::string through;
+  std::thread reader([&] { through = slurp(dir / "fifo"); });
+  const Result fifo = run({"screen", id, in, at("fifo"), "--format", "pbm", "--seed-time", "5"});
+  reader.join();
+  EXPECT_EQ(fifo.status, 0) << fifo.err;
+  EXPECT_TRUE(fs::is_fifo(dir / "fifo"));
+  EXPECT_EQ(through, expect);
+
+  // A device.
+  EXPECT_EQ(run({"screen", id, in, "/dev/null", "--format", "tiff"}).status, 0);
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(Program, InterruptedRunLeavesNoFile) {
+  for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
+    SCOPED_TRACE(signal);
+    int feed = -1;
+    const pid_t pid = start({"screen", registry_screen(1)->id, "-", at("out.tif")}, "", &feed);
+    const std::string header = "P5 1000 100000 255\n";
+    ASSERT_EQ(::write(feed, header.data(), header.size()), static_cast<ssize_t>(header.size()));
+    const std::string rows(1000 * 200, '\x80');  // some bands, then the run waits for more
+    ASSERT_EQ(::write(feed, rows.data(), rows.size()), static_cast<ssize_t>(rows.size()));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    ::kill(pid, signal);
+    ::close(feed);  // should the signal be ignored, the run ends at the short input
+    const Result r = finish(pid);
+    EXPECT_EQ(r.status, -signal);
+    EXPECT_EQ(leftovers({}), std::vector<std::string>{});
+  }
+}
+
+// Mean ink of the codes (0 none, top code full) against the source's.
+double mean_ink(std::string const& pam, int top) {
+  const std::size_t data = pam.find("ENDHDR\n") + 7;
+  double sum = 0;
+  for (std::size_t i = data; i < pam.size(); ++i)
+    sum += top - static_cast<unsigned char>(pam[i]);  // PAM samples: top code - code
+  return sum / top / static_cast<double>(pam.size() - data);
+}
+
+TEST_F(Program, MultiLevelScreensWithoutLevelsKeepTheSourceTone) {
+  const std::uint32_t width = 200, height = 120;
+  std::string page = "P5 200 120 255\n";
+  double ink = 0;
+  for (std::uint32_t y = 0; y < height; ++y)
+    for (std::uint32_t x = 0; x < width; ++x) {
+      const int grey = 40 + static_cast<int>(x * 180 / width);
+      page += static_cast<char>(grey);
+      ink += (255 - grey) / 255.0;
+    }
+  ink /= width * height;
+  const std::string in = write("in.pgm", page);
+  int checked = 0;
+  for (std::size_t i = 0; i < halftone_screen_count(); ++i) {
+    auto const* info = halftone_screen_info_at(i);
+    if (!(info->needs & HALFTONE_NEEDS_LEVELS) ||
+        (info->needs & ~(HALFTONE_NEEDS_LEVELS | HALFTONE_NEEDS_TONE_CURVES)) != 0)
+      continue;
+    SCOPED_TRACE(info->id);
+    const Result r = run({"screen", info->id, in, at("out.pam"), "--seed-time", "2"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("evenly spread"), std::string::npos) << r.err;
+    EXPECT_NEAR(mean_ink(slurp(dir / "out.pam"), info->bits == 2 ? 3 : 7), ink, 0.04);
+    ++checked;
+  }
+  EXPECT_GT(checked, 0);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(Program, PeakMemoryIsFlatInPageHeight) {
+  const std::string id = registry_screen(1)->id;
+  long peak[2] = {};
+  const std::uint32_t heights[2] = {1000, 100000};
+  for (int i = 0; i < 2; ++i) {
+    int feed = -1;
+    const pid_t pid = start({"screen", id, "-", at("out.tif"), "-q"}, "", &feed);
+    const std::string header = "P5 1000 " + std::to_string(heights[i]) + " 255\n";
+    std::string row(1000, '\0');
+    for (int x = 0; x < 1000; ++x) row[x] = static_cast<char>(x % 256);
+    bool written = ::write(feed, header.data(), header.size()) > 0;
+    for (std::uint32_t y = 0; written && y < heights[i]; ++y)
+      written = ::write(feed, row.data(), row.size()) == static_cast<ssize_t>(row.size());
+    ::close(feed);
+    const Result r = finish(pid);
+    ASSERT_EQ(r.status, 0) << r.err;
+    peak[i] = r.max_rss_kb;
+  }
+  EXPECT_LT(peak[1], peak[0] * 11 / 10) << peak[0] << " KiB at 1 000 rows";
+}
+#endif
+
+TEST_F(Program, DemoShowsEveryScreen) {
+  const Result r = run({"demo", "--out", at("demo"), "-q"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const std::string index = slurp(dir / "demo/index.html");
+  for (std::size_t i = 0; i < halftone_screen_count(); ++i) {
+    const std::string id = halftone_screen_id(i);
+    EXPECT_TRUE(fs::exists(dir / "demo" / (id + ".png"))) << id;
+    EXPECT_NE(index.find("<img src=\"" + id + ".png\""), std::string::npos) << id;
+  }
+}
+
+}  // namespace
+}  // namespace halftone::test
