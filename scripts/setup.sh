@@ -17,7 +17,7 @@ have() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed';
 # sanitizer and fuzzer runtimes for the fuzz runs; pkg-config for the package test.
 packages=(cmake make g++ gcc pkg-config libgtest-dev libgmock-dev libbenchmark-dev
   libpng-dev zlib1g-dev libtiff-dev libcli11-dev libcups2-dev libcupsimage2-dev
-  python3 python3-venv python3-pip python3-setuptools python3-numpy python3-pil
+  python3 python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pil
   python3-distributed python3-pytest python3-matplotlib
   cups cups-filters ghostscript clang-14 libclang-rt-14-dev netpbm)
 for pkg in "${packages[@]}"; do
