@@ -119,19 +119,51 @@ TEST(Diffusion, ZeroSizesClearOnlyWhatTheyCover) {
   EXPECT_TRUE(out.guard_intact());
 }
 
-TEST(Diffusion, SplitsTruncateTowardZero) {
+// Three columns, a first band of two rows of 100 and a last band of one row
+// of 128, the clock pinned at 5 and both curves zero. The generator's first
+// draws are then 3, 0, 3, 2, 1, 3, 2 (two bits; one bit: 1, 0, 1, 0, 1, 1, 0).
+// Worked by hand from each screen's table; e.g. the tone push, first band:
+//   row 0 (right): 100 dot, r 3 all ahead; 200 paper e -55, r 0: -18 ahead,
+//     -36 below; row end 82 dot, two thirds (54) below: cells 100, 64, 154;
+//   row 1 (left, last): 154 paper e -101, r 3 all into the carry; 64 dot,
+//     r 2: 21 ahead, 42 carried; 121 dot. Carry 0, 42, -101.
+// Last band: 128 dot, r 3 all carried; 170 paper e -85, r 0: -56 ahead;
+// 27 - 56 dot.
+TEST(Diffusion, RuleTablesWorkedByHand) {
   struct Case {
-    std::int32_t e, third, two_thirds, quarter, three_quarters, half, shift;
+    Kind kind;
+    unsigned char first[2];  // the first band's rows
+    unsigned char last;      // the last band's row
+  } const cases[] = {
+      {Kind::TonePush, {0xA0, 0xC0}, 0xA0},
+      // Row 0: r 3 all below (200); r 0 75 ahead, 25 below (125); the row end
+      // draws, 175 is paper (a set bit), two thirds of -80 below (47). Row 1:
+      // r 2 11 ahead, 35 carried; r 1 136 paper, all ahead; 81 dot.
+      {Kind::InvertedQuarters, {0x20, 0x40}, 0x20},
+      // Reseeded on the first band only: the last band draws on (1, 0).
+      {Kind::Conserving, {0xA0, 0xE0}, 0x80},
+      {Kind::Random, {0xA0, 0xC0}, 0xC0},
+      // No draws: the counter steps 1, 2, 3 (all below), then 4, 5 (carried,
+      // the last pixel does not step) and on the last band 6, 7 (all ahead),
+      // and the direction runs on (the last band runs left to right).
+      {Kind::Counter, {0xE0, 0x00}, 0xA0},
   };
-  for (Case c : {Case{-5, -1, -3, -1, -3, -2, -3}, Case{-7, -2, -4, -1, -5, -3, -4},
-                 Case{5, 1, 3, 1, 3, 2, 2}, Case{-1, 0, 0, 0, 0, 0, -1}}) {
-    EXPECT_EQ(engine::third(c.e), c.third) << c.e;
-    EXPECT_EQ(engine::two_thirds(c.e), c.two_thirds) << c.e;
-    EXPECT_EQ(engine::quarter(c.e), c.quarter) << c.e;
-    EXPECT_EQ(engine::three_quarters(c.e), c.three_quarters) << c.e;
-    EXPECT_EQ(engine::half(c.e), c.half) << c.e;
-    EXPECT_EQ(engine::shift_half(c.e), c.shift) << c.e;
+  Itsdiufiavs(0, "");
+  pin_seed_time(5);
+  for (Case const& c : cases) {
+    SCOPED_TRACE(static_cast<int>(c.kind));
+    const std::uint32_t w = 3, stride = dot_stride(w);
+    auto first = make_source(w, 2, 1, Fill::Flat, 1, 100);
+    auto last = make_source(w, 1, 1, Fill::Flat, 1, 128);
+    Output out(2 * stride);
+    ASSERT_EQ(screen(c.kind)(first.data(), out.data(), w, 2, make_control(1, 1)), 0);
+    EXPECT_EQ(out.bytes[0], c.first[0]);
+    EXPECT_EQ(out.bytes[stride], c.first[1]);
+    ASSERT_EQ(screen(c.kind)(last.data(), out.data(), w, 1, make_control(1, 3)), 0);
+    EXPECT_EQ(out.bytes[0], c.last);
+    EXPECT_TRUE(out.guard_intact());
   }
+  unpin_seed_time();
 }
 
 // Lines too large to allocate: the call reports it instead of throwing, and a

@@ -11,6 +11,7 @@
 #include "frame/state.h"
 #include "frame/tone_curves.h"
 #include "halftone/matrix.h"
+#include "support/cascade_model.h"
 #include "support/offset_reference.h"
 
 namespace halftone::test {
@@ -27,19 +28,10 @@ struct OffsetModel : Serpentine<std::int32_t> {
 
   static std::int32_t cascade(std::int32_t v, std::uint32_t s, unsigned char* o, std::uint32_t x) {
     std::uint8_t const* b = ScreenParameterBytes();
-    const std::int32_t m32 = (b[0] + b[1]) >> 1, m21 = (b[1] + b[2]) >> 1, m10 = (b[2] + b[3]) >> 1;
     v = w16(v);
-    int code;
-    if (v > m10)
-      code = s <= b[1] ? 2 : s <= b[2] ? 1 : 0;
-    else if (v > m21)
-      code = s <= b[1] ? 2 : 1;
-    else if (v > m32)
-      code = s <= b[2] ? 2 : 1;
-    else
-      code = s <= b[1] ? 3 : s <= b[2] ? 2 : 1;
+    const std::int32_t code = four_level_code(b, v, static_cast<std::int32_t>(s));
     o[x / 4] |= static_cast<unsigned char>(code << (6 - 2 * (x % 4)));
-    return w16(v - b[3 - code]);
+    return w16(v - four_level_grey(b, code));
   }
 
   void operator()(unsigned char const* src, unsigned char* out, std::uint32_t w, std::uint32_t h,

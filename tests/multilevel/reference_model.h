@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/tone_curves.h"
+#include "support/cascade_model.h"
 #include "support/serpentine_model.h"
 
 namespace halftone::test {
@@ -14,12 +15,7 @@ enum class Code { Bracketed4, Fixed4, Two1, Two2, Two3, Thirds4, Bracketed8, Fix
 
 // The code for value v and source s, each table read top to bottom, and its level.
 inline std::int32_t model_code(Code k, std::uint8_t const* B, std::int32_t v, std::int32_t s) {
-  if (k == Code::Bracketed4 || k == Code::Thirds4) {
-    if (v > (B[2] + B[3]) >> 1) return s <= B[1] ? 2 : (s <= B[2] ? 1 : 0);
-    if (v > (B[1] + B[2]) >> 1) return s <= B[1] ? 2 : 1;
-    if (v > (B[0] + B[1]) >> 1) return s <= B[2] ? 2 : 1;
-    return s <= B[1] ? 3 : (s <= B[2] ? 2 : 1);
-  }
+  if (k == Code::Bracketed4 || k == Code::Thirds4) return four_level_code(B, v, s);
   if (k == Code::Bracketed8) {
     auto M = [&](int hi) { return (B[hi - 1] + B[hi]) >> 1; };  // M10 = M(7) ... M76 = M(1)
     if (v > M(7)) return s > B[6] ? 0 : 1;
@@ -41,7 +37,7 @@ inline std::int32_t model_code(Code k, std::uint8_t const* B, std::int32_t v, st
 }
 
 inline std::int32_t model_level(Code k, std::uint8_t const* B, std::int32_t code) {
-  if (k == Code::Bracketed4 || k == Code::Thirds4) return B[3 - code];
+  if (k == Code::Bracketed4 || k == Code::Thirds4) return four_level_grey(B, code);
   if (k == Code::Bracketed8) return B[7 - code];
   if (k == Code::Fixed4) return std::array{255, 170, 85, 0}[code];
   if (k == Code::Fixed8) return std::array{255, 218, 182, 145, 109, 72, 36, 0}[code];

@@ -42,10 +42,4 @@ TEST(Pacing, WaitsOnTheEvents) {
   EXPECT_FALSE(signal(Event::Done));
 }
 
-TEST(Pacing, ConstantEntriesReturnZero) {
-  EXPECT_EQ(DouMaxing(), 0);
-  EXPECT_EQ(DuanKougb(), 0);
-  EXPECT_EQ(YountTrue(), 0);
-}
-
 }  // namespace
