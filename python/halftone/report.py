@@ -300,19 +300,19 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
     for share in TEXTURE_SHARES:
         grey = measure.grey_for_coverage(share)
         patch_ink = screener.ink(_flat(grey, side, side))[TEXTURE_MARGIN:, TEXTURE_MARGIN:]
-        spec = measure.spectrum(patch_ink)
-        across, down = _band_steps(grey, 255 if spec.mean <= 0.5 else 0)
+        raps = measure.spectrum(patch_ink)
+        across, down = _band_steps(grey, 255 if raps.mean <= 0.5 else 0)
         band = slice(STEP_LEAD, STEP_LEAD + STEP_BAND)
-        lag_x = measure.edge_lag(screener.ink(across)[:, band].mean(axis=0), spec.mean)
-        lag_y = measure.edge_lag(screener.ink(down)[band, :].mean(axis=1), spec.mean)
-        spectra.append((share, grey, spec))
+        lag_x = measure.edge_lag(screener.ink(across)[:, band].mean(axis=0), raps.mean)
+        lag_y = measure.edge_lag(screener.ink(down)[band, :].mean(axis=1), raps.mean)
+        spectra.append((share, grey, raps))
         texture.append({
             "share": share,
             "grey": grey,
-            "coverage": spec.mean,
-            "low_share": spec.low_share,
-            "anisotropy_db": spec.anisotropy_db,
-            "peak_frequency": spec.peak_frequency(),
+            "coverage": raps.mean,
+            "low_share": raps.low_share,
+            "anisotropy_db": raps.anisotropy_db,
+            "peak_frequency": raps.peak_frequency(),
             "edge_lag_across": lag_x,
             "edge_lag_down": lag_y,
         })
@@ -487,11 +487,11 @@ def plot_tone(path: str, result: Result) -> None:
 def plot_spectra(path: str, result: Result) -> None:
     fig = _figure(7.2, 3.0)
     left, right = fig.subplots(1, 2)
-    for i, (share, grey, spec) in enumerate(result.spectra):
+    for i, (share, grey, raps) in enumerate(result.spectra):
         label = f"{share:.3g} (grey {grey})"
-        shown = np.maximum(spec.power, SPECTRUM_FLOOR)
-        left.plot(spec.frequency, shown, color=f"C{i}", lw=1.1, label=label)
-        right.plot(spec.frequency, spec.anisotropy, ".-", color=f"C{i}", lw=0.9, ms=2,
+        shown = np.maximum(raps.power, SPECTRUM_FLOOR)
+        left.plot(raps.frequency, shown, color=f"C{i}", lw=1.1, label=label)
+        right.plot(raps.frequency, raps.anisotropy, ".-", color=f"C{i}", lw=0.9, ms=2,
                    label=label)
     top = max([float(np.nanmax(s.power)) for _, _, s in result.spectra] + [2.0])
     left.set_yscale("log")

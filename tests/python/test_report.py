@@ -68,33 +68,33 @@ def test_coverage_of_codes(codes, full, inverted, expect):
 
 @pytest.mark.parametrize("share", [1 / 16, 1 / 4, 1 / 2, 3 / 4])
 def test_white_noise_has_a_flat_isotropic_spectrum(share):
-    spec = measure.spectrum(measure.white_noise((512, 512), share, seed=7))
-    assert spec.mean == pytest.approx(share, abs=0.01)
-    assert np.mean(spec.power) == pytest.approx(1.0, abs=0.03)
+    raps = measure.spectrum(measure.white_noise((512, 512), share, seed=7))
+    assert raps.mean == pytest.approx(share, abs=0.01)
+    assert np.mean(raps.power) == pytest.approx(1.0, abs=0.03)
     # whole rings past the first few hold enough bins for a tight average
-    full = (spec.frequency > 0.06) & (spec.frequency <= 0.5)
-    assert np.all(np.abs(spec.power[full] - 1) < 0.25)
-    assert abs(spec.anisotropy_db) < 0.5
-    assert spec.low_share == pytest.approx(measure.white_noise_low_share(), rel=0.1)
+    full = (raps.frequency > 0.06) & (raps.frequency <= 0.5)
+    assert np.all(np.abs(raps.power[full] - 1) < 0.25)
+    assert abs(raps.anisotropy_db) < 0.5
+    assert raps.low_share == pytest.approx(measure.white_noise_low_share(), rel=0.1)
 
 
 @pytest.mark.parametrize("grey, period", [(239, 4), (191, 2), (127, 2)])
 def test_ordered_dither_texture_is_periodic(grey, period):
-    spec = measure.spectrum(measure.threshold_screen(np.full((256, 256), grey), BAYER))
-    assert spec.low_share < 1e-3
+    raps = measure.spectrum(measure.threshold_screen(np.full((256, 256), grey), BAYER))
+    assert raps.low_share < 1e-3
     # a grid, not a random pattern (the checkerboard's one frequency is in a corner)
-    assert spec.anisotropy_db > 10 if grey != 127 else math.isnan(spec.anisotropy_db)
-    assert spec.power[spec.frequency < 1 / period - 1e-9].max() < 0.05
+    assert raps.anisotropy_db > 10 if grey != 127 else math.isnan(raps.anisotropy_db)
+    assert raps.power[raps.frequency < 1 / period - 1e-9].max() < 0.05
 
 
 def test_low_frequency_share_of_a_coarse_pattern():
     # stripes 32 pixels wide: energy at the odd harmonics k / 64, in proportion to
     # 1 / sin^2(pi k / 64); below 0.1 cycles a pixel lie k = 1, 3, 5 and their mirrors
     stripes = (np.arange(256)[None, :] // 32 % 2).repeat(256, axis=0)
-    spec = measure.spectrum(stripes)
+    raps = measure.spectrum(stripes)
     power = {k: 1 / math.sin(math.pi * k / 64) ** 2 for k in range(1, 64, 2)}
     expected = 2 * (power[1] + power[3] + power[5]) / sum(power.values())
-    assert spec.low_share == pytest.approx(expected, rel=1e-6)
+    assert raps.low_share == pytest.approx(expected, rel=1e-6)
 
 
 # ---- Edge lag ----
