@@ -13,22 +13,45 @@
 namespace halftone::image {
 namespace {
 
-// Pixel x of a packed row of `bits` bits a pixel.
-inline unsigned pixel(unsigned char const* row, int bits, std::uint32_t x) {
-  const unsigned per_byte = 8u / static_cast<unsigned>(bits);
-  const unsigned shift = (per_byte - 1 - x % per_byte) * static_cast<unsigned>(bits);
-  return (row[x / per_byte] >> shift) & ((1u << bits) - 1u);
-}
-
-// Grey of a pixel as a picture shows it: ink black, paper white.
-void render_grey(Picture const& p, unsigned char const* row, unsigned char* out) {
-  if (p.bits == 8) {
-    std::memcpy(out, row, p.width);
-    return;
+// Turns packed rows of 1, 2 or 4 bits a pixel into a byte a pixel through a
+// table made once a picture: each packed byte gives its pixels at once.
+class Expander {
+ public:
+  // `value` maps a pixel's code to its byte.
+  template <class Value>
+  void prepare(int bits, Value value) {
+    per_byte_ = 8 / bits;
+    const unsigned mask = (1u << bits) - 1u;
+    for (unsigned byte = 0; byte < 256; ++byte)
+      for (int i = 0; i < per_byte_; ++i)
+        table_[byte][i] = value((byte >> (8 - bits * (i + 1))) & mask);
   }
+  void run(unsigned char const* row, std::uint32_t width, unsigned char* out) const {
+    const std::uint32_t whole = width / per_byte_;
+    for (std::uint32_t b = 0; b < whole; ++b, out += per_byte_)
+      std::memcpy(out, table_[row[b]], per_byte_);
+    if (width % per_byte_ != 0) std::memcpy(out, table_[row[whole]], width % per_byte_);
+  }
+
+ private:
+  int per_byte_ = 8;
+  unsigned char table_[256][8] = {};
+};
+
+// Grey as a picture shows it: ink black, paper white.
+void prepare_grey(Expander& expander, Picture const& p) {
+  if (p.bits == 8) return;
   const unsigned top = p.bits == 1 ? 1u : static_cast<unsigned>(std::max(p.top_code, 1));
-  for (std::uint32_t x = 0; x < p.width; ++x)
-    out[x] = static_cast<unsigned char>(255 - std::min(pixel(row, p.bits, x), top) * 255 / top);
+  expander.prepare(p.bits, [top](unsigned code) {
+    return static_cast<unsigned char>(255 - std::min(code, top) * 255 / top);
+  });
+}
+void render_grey(Expander const& expander, Picture const& p, unsigned char const* row,
+                 unsigned char* out) {
+  if (p.bits == 8)
+    std::memcpy(out, row, p.width);
+  else
+    expander.run(row, p.width, out);
 }
 
 std::size_t packed_bytes(Picture const& p) {
@@ -83,18 +106,22 @@ class PnmWriter final : public StreamWriter {
     }
     put(header.data(), header.size());
     row_.assign(format_ == Format::Pbm ? packed_bytes(p) : p.width, 0);
+    if (format_ == Format::Pam && p.bits != 8) {  // PAM samples: paper at maxval
+      const unsigned top = p.bits == 1 ? 1u : static_cast<unsigned>(p.top_code);
+      expander_.prepare(p.bits, [top](unsigned code) {
+        return static_cast<unsigned char>(top - std::min(code, top));
+      });
+    } else {
+      prepare_grey(expander_, p);
+    }
   }
 
   void write_row(unsigned char const* row) override {
     Picture const& p = picture_;
     if (format_ == Format::Pbm) {
       copy_packed(p, row, row_.data());
-    } else if (format_ == Format::Pgm || p.bits == 8) {
-      render_grey(p, row, row_.data());
-    } else {  // PAM samples: paper at maxval
-      const unsigned top = p.bits == 1 ? 1u : static_cast<unsigned>(p.top_code);
-      for (std::uint32_t x = 0; x < p.width; ++x)
-        row_[x] = static_cast<unsigned char>(top - std::min(pixel(row, p.bits, x), top));
+    } else {
+      render_grey(expander_, p, row, row_.data());
     }
     put(row_.data(), row_.size());
   }
@@ -105,6 +132,7 @@ class PnmWriter final : public StreamWriter {
  private:
   Format format_;
   Picture picture_;
+  Expander expander_;
   std::vector<unsigned char> row_;
 };
 
@@ -125,6 +153,7 @@ class PngWriter final : public StreamWriter {
     begun_ = true;
     picture_ = p;
     row_.assign(p.bits == 1 ? packed_bytes(p) : p.width, 0);
+    prepare_grey(expander_, p);
     const int depth = p.bits == 1 ? 1 : 8;
     guard([&] {
       png_init_io(handles_.png, out_);
@@ -142,7 +171,7 @@ class PngWriter final : public StreamWriter {
     if (picture_.bits == 1)
       copy_packed(picture_, row, row_.data());
     else
-      render_grey(picture_, row, row_.data());
+      render_grey(expander_, picture_, row, row_.data());
     guard([&] { png_write_row(handles_.png, row_.data()); });
   }
 
@@ -172,6 +201,7 @@ class PngWriter final : public StreamWriter {
 
   Handles handles_;
   Picture picture_;
+  Expander expander_;
   bool begun_ = false;
   std::vector<unsigned char> row_;
   char message_[200] = {};
