@@ -3,8 +3,9 @@
 // The utilities screen one 8-bit grey plane (row stride the width rounded up
 // to 4 bytes) into one one-bit plane (row stride padded to 32 bits, leftmost
 // pixel in the most significant bit, 1 = dot) through the caller's 256-entry
-// tone table, and return 0. They keep no state between calls except the
-// library's generators; each call clears its whole output first.
+// tone table, and return 0 (or ERR_NO_MEMORY, below). They keep no state
+// between calls except the library's generators; each call clears its whole
+// output first.
 //
 // Choices where the host contract leaves room (every utility):
 //  * a width or height of 0 (or, for the int-sized entries, below 0) writes
@@ -13,8 +14,8 @@
 //  * tone-table values are used as given; working values and errors wrap
 //    modulo 2^32 (two's complement) instead of overflowing, so any table and
 //    any image are safe;
-//  * when the working memory cannot be allocated the call returns 0 with its
-//    output cleared and no dots.
+//  * when the working memory cannot be allocated the call returns
+//    ERR_NO_MEMORY with its output cleared and no dots.
 #pragma once
 #include "halftone/result_codes.h"
 

@@ -140,7 +140,7 @@ template <int N, class Place>
 void diffuse(unsigned char const* source, std::uint32_t width, std::uint32_t height,
              int const* tone, Place& place) {
   OrientedRule<N> rule{tone, StandardRandom(seed_seconds())};
-  (void)serpentine(source, width, height, rule, place);
+  serpentine(source, width, height, rule, place);
 }
 
 // Sizes of 0 or below clear nothing (the output's formulas give no bytes) and
@@ -172,8 +172,7 @@ int via_scratch(unsigned char const* source, unsigned char* dots, int width, int
   clear_output(dots, 1, out_stride, w);
 
   PlaceAsSource place(nullptr, w, h);
-  std::unique_ptr<unsigned char[]> scratch(new (std::nothrow) unsigned char[place.stride * h]());
-  if (!scratch) return 0;
+  std::unique_ptr<unsigned char[]> scratch(new unsigned char[place.stride * h]());
   place.dots = scratch.get();
   diffuse<2>(source, w, h, tone, place);
 

@@ -89,14 +89,12 @@ inline void row(std::uint32_t* cur, std::uint32_t* below, unsigned char const* s
 
 }  // namespace detail
 
-// Screens a width x height plane (both at least 1). Returns false, having
-// done nothing, when the working lines cannot be allocated.
+// Screens a width x height plane (both at least 1). Throws std::bad_alloc,
+// having done nothing, when the working lines cannot be allocated.
 template <class Rule, class Place>
-bool serpentine(unsigned char const* source, std::uint32_t width, std::uint32_t height, Rule& rule,
+void serpentine(unsigned char const* source, std::uint32_t width, std::uint32_t height, Rule& rule,
                 Place& place) {
-  std::unique_ptr<std::uint32_t[]> lines(new (std::nothrow)
-                                             std::uint32_t[2 * static_cast<std::size_t>(width)]);
-  if (!lines) return false;
+  std::unique_ptr<std::uint32_t[]> lines(new std::uint32_t[2 * static_cast<std::size_t>(width)]);
   std::uint32_t* cur = lines.get();
   std::uint32_t* below = cur + width;
   for (std::uint32_t x = 0; x < width; ++x) cur[x] = rule.value(source[x]);
@@ -121,7 +119,6 @@ bool serpentine(unsigned char const* source, std::uint32_t width, std::uint32_t 
     place.begin_row(y, Dir::Rtl, true);
     detail::row<Dir::Rtl, true>(cur, nullptr, nullptr, width, rule, place);
   }
-  return true;
 }
 
 // Dots in the source's own orientation: row y, column x, height rows of the

@@ -44,7 +44,7 @@ void run(unsigned char const* source, std::uint32_t width, std::uint32_t height,
   FeedbackRandom rows = utility_random();
   FeedbackRandom last = screening_random();
   NoiseRule<V> rule{tone, rows, V == NoiseVariant::Plain ? rows : last};
-  if (!serpentine(source, width, height, rule, place)) return;
+  serpentine(source, width, height, rule, place);
   utility_random() = rows;
   screening_random() = last;
 }
