@@ -14,7 +14,8 @@ namespace halftone {
 
 void ThresholdRing::assign(std::uint8_t const* thresholds, std::uint32_t period) {
   period_ = period == 0 || period > 256 ? 256 : period;
-  for (std::uint32_t i = 0; i < period_ + 32; ++i) entries_[i] = thresholds[i % period_];
+  std::memcpy(entries_, thresholds, period_);
+  for (std::uint32_t i = period_; i < period_ + 32; ++i) entries_[i] = entries_[i - period_];
 }
 
 namespace {
@@ -101,9 +102,9 @@ void sse2_row(unsigned char const* source, unsigned char* out, std::uint32_t wid
 
 #ifdef HALFTONE_AVX2
 // 32 pixels into four output bytes.
-__attribute__((target("avx2"))) void avx2_chunk(unsigned char const* grey,
-                                                std::uint8_t const* limits, DotTest test,
-                                                unsigned char* bytes) {
+__attribute__((target("avx2"))) inline void avx2_chunk(unsigned char const* grey,
+                                                       std::uint8_t const* limits, DotTest test,
+                                                       unsigned char* bytes) {
   // Bytes reversed within each group of 8, so that the mask comes out in the
   // rows' bit order (leftmost pixel in the most significant bit).
   const __m256i reverse = _mm256_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8, 7,
@@ -118,8 +119,9 @@ __attribute__((target("avx2"))) void avx2_chunk(unsigned char const* grey,
   std::memcpy(bytes, &m, 4);
 }
 
-void avx2_row(unsigned char const* source, unsigned char* out, std::uint32_t width,
-              ThresholdRing const& ring, std::uint32_t shift, DotTest test) {
+__attribute__((target("avx2"))) void avx2_row(unsigned char const* source, unsigned char* out,
+                                              std::uint32_t width, ThresholdRing const& ring,
+                                              std::uint32_t shift, DotTest test) {
   std::uint8_t const* t = ring.data();
   const std::uint32_t mask = ring.mask();
   std::uint32_t x = 0;
