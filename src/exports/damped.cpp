@@ -1,14 +1,7 @@
 // Export table: the damped and noise-table diffusion screens, each its rule on
 // the band engine. Members without rules of their own run their nearest
 // sibling's.
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry points, declared here first
-#endif
-#include "halftone/damped.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/damped/policies.h"
 

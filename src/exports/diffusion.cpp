@@ -1,12 +1,5 @@
 // Export table: the error-diffusion screens, each its rule on the band engine.
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry points, declared here first
-#endif
-#include "halftone/diffusion.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/diffusion/policies.h"
 

@@ -1,13 +1,6 @@
 // Export table: tone setup. (The extensions pin_seed_time, unpin_seed_time
 // and set_data_folder are defined beside the generator and the data folder.)
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry point, declared here first
-#endif
-#include "halftone/setup.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "frame/no_memory.h"
 #include "frame/tone_curves.h"
 

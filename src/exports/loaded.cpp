@@ -1,15 +1,8 @@
 // Export table: the screen data loaders, the pattern and threshold screens,
 // and the block-offset screens (their rules on the band engine).
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry points, declared here first
-#endif
-#include "halftone/loaded.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
 #include <string>
 
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "frame/data_folder.h"
 #include "frame/no_memory.h"

@@ -1,12 +1,5 @@
 // Export table: the built-in dither matrix and the plain ordered dither.
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry points, declared here first
-#endif
-#include "halftone/matrix.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "screens/matrix/ordered_dither.h"
 
 namespace m = halftone::matrix;

@@ -1,13 +1,6 @@
 // Export table: the offset-matrix screens and their two-bit members, each its
 // rule on the band engine.
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry points, declared here first
-#endif
-#include "halftone/matrix.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/matrix/offset_matrix.h"
 

@@ -1,13 +1,6 @@
 // Export table: the multi-level screens (two-bit and four-bit dot codes), each
 // its rule on the band engine.
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry points, declared here first
-#endif
-#include "halftone/multilevel.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/multilevel/policies.h"
 

@@ -1,12 +1,5 @@
 // Export table: the single-plane utilities, job pacing and the constant entries.
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the entry points, declared here first
-#endif
-#include "halftone/utilities.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
-
+#include "exports/entry_points.h"  // before any other declaration of the entry points
 #include "frame/no_memory.h"
 #include "utilities/entries.h"
 #include "utilities/pacing.h"

@@ -1,14 +1,8 @@
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the extensions, declared here first
-#endif
-#include "halftone/setup.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
+#include "frame/data_folder.h"
 
 #include <mutex>
 
-#include "frame/data_folder.h"
+#include "frame/extensions.h"  // before any other declaration of the extensions
 #include "frame/no_memory.h"
 #include "frame/state.h"
 

@@ -1,15 +1,9 @@
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)  // the extensions, declared here first
-#endif
-#include "halftone/setup.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
+#include "frame/feedback_random.h"
 
 #include <atomic>
 #include <ctime>
 
-#include "frame/feedback_random.h"
+#include "frame/extensions.h"  // before any other declaration of the extensions
 #include "frame/state.h"
 
 namespace halftone {
