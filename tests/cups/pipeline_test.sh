@@ -23,7 +23,8 @@ cd "$work"
 # Installed files, as cmake --install lays them out under DESTDIR: the
 # library (component runtime), the filter and the PPD (component cups).
 for component in runtime cups; do
-  DESTDIR="$work/root" cmake --install "$build" --component $component >>install.log
+  DESTDIR="$work/root" cmake --install "$build" --component $component >>install.log 2>&1 ||
+    fail "cmake --install --component $component failed (is everything built?): $(tail -3 install.log)"
 done
 filter="$work/root$filter_dir/rastertohalftone"
 ppd="$work/root$model_dir/halftone.ppd"
