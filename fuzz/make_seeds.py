@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Writes the seed corpora in fuzz/corpus/NAME/ (run it again after changing
-how a fuzz program reads its input).
+how a fuzz program reads its input): /usr/bin/python3 fuzz/make_seeds.py
 
 The programs read their input with libFuzzer's FuzzedDataProvider: numbers
 and flags are taken from the end of the input (the last byte first), strings
@@ -145,13 +145,61 @@ def seeds():
         yield "job_fuzz", "screen_%02d" % index, s.rest(grey)
 
 
+def image_seeds():
+    """Small files of every kind the program reads (PIL writes PNG and TIFF)."""
+    yield "pnm_fuzz", "p1", b"P1\n# plain\n5 2\n1 0 1 0 1\n0 1 0 1 0\n"
+    yield "pnm_fuzz", "p2", b"P2\n3 2\n15\n0 5 10\n15 7 3\n"
+    yield "pnm_fuzz", "p3", b"P3\n2 1\n255\n255 0 0 0 0 255\n"
+    yield "pnm_fuzz", "p4", b"P4\n9 2\n" + bytes([0xA5, 0x80, 0x5A, 0x00])
+    yield "pnm_fuzz", "p5", b"P5\n4 3\n255\n" + bytes(range(0, 240, 20))
+    yield "pnm_fuzz", "p5_16bit", b"P5 2 2 65535\n" + bytes([0, 0, 255, 255, 128, 0, 1, 2])
+    yield "pnm_fuzz", "p6", b"P6\n2 2\n255\n" + bytes(range(12))
+    yield "pnm_fuzz", "two_images", b"P5\n2 1\n255\n\x00\xffP5\n1 1\n255\n\x80"
+    for tupltype, depth, maxval in [("GRAYSCALE", 1, 255), ("GRAYSCALE_ALPHA", 2, 255),
+                                    ("RGB", 3, 255), ("CMYK", 4, 255),
+                                    ("BLACKANDWHITE", 1, 1)]:
+        header = "P7\nWIDTH 3\nHEIGHT 2\nDEPTH %d\nMAXVAL %d\nTUPLTYPE %s\nENDHDR\n" % (
+            depth, maxval, tupltype)
+        body = bytes((i * 37) % (maxval + 1) for i in range(3 * 2 * depth))
+        yield "pnm_fuzz", "pam_" + tupltype.lower(), header.encode() + body
+    yield "pnm_fuzz", "lying_size", b"P5\n32768 32768\n255\n\x00\x00"
+
+    try:
+        import io
+        from PIL import Image
+    except ImportError:
+        print("PIL is missing: no PNG or TIFF seeds", file=sys.stderr)
+        return
+
+    def saved(image, fmt, **options):
+        out = io.BytesIO()
+        image.save(out, fmt, **options)
+        return out.getvalue()
+
+    grey = Image.frombytes("L", (7, 5), bytes((i * 7) & 0xFF for i in range(35)))
+    rgb = Image.frombytes("RGB", (4, 3), bytes((i * 21) & 0xFF for i in range(36)))
+    cmyk = Image.frombytes("CMYK", (4, 3), bytes((i * 21) & 0xFF for i in range(48)))
+    dots = grey.point(lambda v: 255 if v > 100 else 0).convert("1")
+    yield "png_fuzz", "grey", saved(grey, "PNG")
+    yield "png_fuzz", "rgb", saved(rgb, "PNG")
+    yield "png_fuzz", "grey_alpha", saved(grey.convert("LA"), "PNG")
+    yield "png_fuzz", "palette", saved(rgb.convert("P"), "PNG")
+    yield "png_fuzz", "one_bit", saved(dots, "PNG")
+    yield "png_fuzz", "sixteen_bit", saved(grey.convert("I;16"), "PNG")
+    yield "tiff_fuzz", "grey", saved(grey, "TIFF")
+    yield "tiff_fuzz", "rgb_lzw", saved(rgb, "TIFF", compression="tiff_lzw")
+    yield "tiff_fuzz", "cmyk", saved(cmyk, "TIFF")
+    yield "tiff_fuzz", "group4", saved(dots, "TIFF", compression="group4")
+    yield "tiff_fuzz", "two_pages", saved(grey, "TIFF", save_all=True, append_images=[grey])
+
+
 def main():
     written = 0
-    for name, seed_name, seed in seeds():
+    for name, seed_name, seed in list(seeds()) + list(image_seeds()):
         folder = os.path.join(HERE, "corpus", name)
         os.makedirs(folder, exist_ok=True)
         with open(os.path.join(folder, seed_name), "wb") as f:
-            f.write(seed.bytes())
+            f.write(seed if isinstance(seed, bytes) else seed.bytes())
         written += 1
     print("wrote %d seeds" % written, file=sys.stderr)
 

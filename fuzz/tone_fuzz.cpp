@@ -51,6 +51,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   Options options = {{"data-folder", scratch.folder()}};
   if (!mode_text.empty()) options.emplace_back("mode", mode_text);
   if (!(seed & 2)) options.emplace_back("levels", levels);
-  screen_page(readers[pick % readers.size()], options, seed);
+  screen_page(*halftone_screen_info_at(readers[pick % readers.size()]), options, seed);
   return 0;
 }

@@ -43,6 +43,12 @@ HALFTONE_LIBRARY="$root/build/libhalftone.so" "$root/build/venv/bin/python" -m p
 
 case "$job" in
   demo) exec "$root/build/tools/halftone" demo --out "${2:-$root/halftone-demo}" ;;
-  test) exec ctest --test-dir "$root/build" -j"$jobs" --output-on-failure ;;
+  test)
+    ctest --test-dir "$root/build" -j"$jobs" --output-on-failure
+    # The tests again under AddressSanitizer and UndefinedBehaviorSanitizer, then
+    # every fuzz program for a few seconds on its corpus (docs/reliability.md).
+    (cd "$root" && cmake --preset sanitize >/dev/null && cmake --build --preset sanitize -j"$jobs" &&
+      ctest --preset sanitize -j"$jobs")
+    exec "$root/fuzz/run.sh" "${HALFTONE_FUZZ_SECONDS:-10}" ;;
   *) echo "usage: scripts/setup.sh demo [DIR] | test" >&2; exit 2 ;;
 esac
