@@ -191,14 +191,17 @@ TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
   Bytes cmyk(width * height * 4);
   for (std::size_t i = 0; i < cmyk.size(); ++i) cmyk[i] = static_cast<unsigned char>(i * 7 % 256);
   TIFF* t = TIFFOpen(at("in.tif").c_str(), "w");
-  TIFFSetField(t, TIFFTAG_IMAGEWIDTH, width);
-  TIFFSetField(t, TIFFTAG_IMAGELENGTH, height);
-  TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, 8);
-  TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 4);
-  TIFFSetField(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_SEPARATED);
-  TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-  TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, 5);
-  for (std::uint32_t y = 0; y < height; ++y) TIFFWriteScanline(t, &cmyk[y * width * 4], y, 0);
+  for (int page = 0; page < 2; ++page) {  // two pages, each four separations out
+    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(t, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 4);
+    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_SEPARATED);
+    TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, 5);
+    for (std::uint32_t y = 0; y < height; ++y) TIFFWriteScanline(t, &cmyk[y * width * 4], y, 0);
+    TIFFWriteDirectory(t);
+  }
   TIFFClose(t);
 
   auto const* screen = registry_screen(1);
@@ -225,14 +228,17 @@ TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
       Bytes row(TIFFScanlineSize(out));
       for (std::uint32_t y = 0; y < height; ++y) {
         ASSERT_EQ(TIFFReadScanline(out, row.data(), y, 0), 1);
-        ASSERT_EQ(0, std::memcmp(row.data(), &expect[(y * 4 + pages) * stride], row.size()))
-            << "plane " << pages << " row " << y;
+        ASSERT_EQ(0, std::memcmp(row.data(), &expect[(y * 4 + pages % 4) * stride], row.size()))
+            << "page " << pages << " row " << y;
       }
       ++pages;
     } while (TIFFReadDirectory(out));
     TIFFClose(out);
-    EXPECT_EQ(pages, 4);
+    EXPECT_EQ(pages, 8);
   }
+  // A PNG holds one picture: the second page is refused, and nothing is left.
+  EXPECT_EQ(run({"screen", screen->id, at("in.tif"), at("out.png")}).status, 2);
+  EXPECT_FALSE(fs::exists(dir / "out.png"));
 }
 
 TEST_F(Program, RefusedInputWritesNothing) {
@@ -334,6 +340,52 @@ TEST_F(Program, InterruptedRunLeavesNoFile) {
     const Result r = finish(pid);
     EXPECT_EQ(r.status, -signal);
     EXPECT_EQ(leftovers({}), std::vector<std::string>{});
+  }
+}
+
+// Ways of saying the same thing give the same bytes.
+TEST_F(Program, EquivalentOptionsGiveTheSameOutput) {
+  const std::string in = write("in.pgm", pgm(48, 30));
+  write("stacked.pgm", pgm(48, 90));
+  fs::create_directories(dir / "data/Moths");
+  std::string bank(256 * 16 * 2, '\0');
+  for (std::size_t i = 0; i < bank.size(); ++i) bank[i] = static_cast<char>(i * 37 % 251);
+  write("data/Moths/bank.pat", bank);
+  std::string pattern_screen, level_screen;
+  for (std::size_t i = 0; i < halftone_screen_count(); ++i) {
+    auto const* s = halftone_screen_info_at(i);
+    if (s->needs == HALFTONE_NEEDS_PATTERN && s->pattern_width == 0) pattern_screen = s->id;
+    if (s->needs == (HALFTONE_NEEDS_LEVELS | HALFTONE_NEEDS_TONE_CURVES) && s->levels == 4)
+      level_screen = s->id;
+  }
+  ASSERT_FALSE(pattern_screen.empty());
+  ASSERT_FALSE(level_screen.empty());
+  const std::string carried = registry_screen(1)->id;
+  using Args = std::vector<std::string>;
+  const std::vector<std::pair<Args, Args>> cases = {
+      {{level_screen, in, "A.pam"}, {level_screen, in, "B.pam", "--levels", "0,85,170,255"}},
+      {{level_screen, in, "A.pam", "--params", "9,80,160,250"},
+       {level_screen, in, "B.pam", "--levels", "9,80,160,250"}},
+      {{pattern_screen, in, "A.pbm", "--pattern", at("data/Moths/bank.pat")},
+       {pattern_screen, in, "B.pbm", "--data", at("data"), "--pattern", "bank.pat"}},
+      {{carried, at("stacked.pgm"), "A.raw", "--planes", "3"},
+       {carried, at("stacked.pgm"), "B.raw", "--planes", "3", "--threads", "3"}},
+      {{carried, in, "A.tif"}, {carried, in, "-", "--format", "tiff"}},
+  };
+  for (auto const& [a, b] : cases) {  // A.* and B.* are outputs in the test folder
+    SCOPED_TRACE(a[0] + " " + a.back());
+    std::string outputs[2];
+    for (int i = 0; i < 2; ++i) {
+      Args args = {"screen"};
+      for (std::string const& word : i == 0 ? a : b)
+        args.push_back(word.size() == 5 && word[1] == '.' ? at(word) : word);
+      args.insert(args.end(), {"--seed-time", "8"});
+      const Result r = run(args);
+      ASSERT_EQ(r.status, 0) << r.err;
+      outputs[i] = args[3] == "-" ? r.out : slurp(args[3]);
+    }
+    EXPECT_FALSE(outputs[0].empty());
+    EXPECT_EQ(outputs[0], outputs[1]);
   }
 }
 
