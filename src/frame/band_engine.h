@@ -25,12 +25,17 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <type_traits>
+#include <vector>
 
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
 #include "frame/layout.h"
 #include "frame/no_memory.h"
+#include "frame/plane_threads.h"
+#include "frame/random_jump.h"
+#include "frame/state.h"
 
 namespace halftone::engine {
 
@@ -94,6 +99,24 @@ class RowOut {
   std::uint32_t gathered_ = 0;
 };
 
+// Draws a pixel makes in each role, where the count never depends on the
+// image or on earlier draws. A policy that leaves it at kDrawsVary has its
+// planes screened one after the other whatever the job's "threads" says.
+struct DrawCount {
+  int inner, row_end, last_inner, last_end;
+
+  constexpr bool fixed() const { return inner >= 0; }
+  // Draws of one plane of a band.
+  constexpr std::uint64_t plane(std::uint32_t width, std::uint32_t height) const {
+    if (width == 0 || height == 0) return 0;
+    const std::uint64_t inner_pixels = width - 1u;
+    return (height - 1u) *
+               (inner_pixels * static_cast<unsigned>(inner) + static_cast<unsigned>(row_end)) +
+           inner_pixels * static_cast<unsigned>(last_inner) + static_cast<unsigned>(last_end);
+  }
+};
+inline constexpr DrawCount kDrawsVary{-1, -1, -1, -1};
+
 // Defaults a policy may hide by declaring its own member of the same name.
 template <class T>
 struct PolicyBase {
@@ -108,6 +131,7 @@ struct PolicyBase {
   static constexpr T kCarryStart = T{};
   // Bits a pixel of the output: 1 (dots), 2 or 4 (codes).
   static constexpr unsigned kBits = 1;
+  static constexpr DrawCount kDraws = kDrawsVary;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
   void begin_plane(std::uint32_t /*plane*/) {}
@@ -143,8 +167,15 @@ class BandEngine {
     if (Policy::kReseed == Reseed::EveryCall ||
         (Policy::kReseed == Reseed::FirstBand && control_.first_band()))
       reseed_screening();
-    if (width_ != 0 && height_ != 0)
-      for (std::uint32_t p = 0; p < control_.planes; ++p) plane(lines, p, screening_random());
+    if (width_ != 0 && height_ != 0) {
+      const unsigned threads = state().threads;
+      if (threads > 1 && control_.planes > 1 && Policy::kDraws.fixed())
+        planes_at_once(lines, threads);
+      else
+        for (std::uint32_t p = 0; p < control_.planes; ++p)
+          plane(lines.ValueLineA(), lines.ValueLineB(), lines.CarryLine(p, width_), p,
+                screening_random());
+    }
     lines.end(control_);
   }
 
@@ -156,10 +187,41 @@ class BandEngine {
     return dots_ + (static_cast<std::size_t>(r) * control_.planes + p) * out_stride_;
   }
 
-  void plane(BandLines<T>& lines, std::uint32_t p, FeedbackRandom& rng) {
-    T* const a = lines.ValueLineA();
-    T* const b = lines.ValueLineB();
-    T* const carry = lines.CarryLine(p, width_);
+  // The planes in runs on several threads, byte for byte as one after the
+  // other: each run screens with its own working lines, its own copy of the
+  // policy and the generator as the planes before it leave it (the shared
+  // generator jumped ahead by their draws), and the shared generator ends
+  // where the last plane leaves it.
+  void planes_at_once(BandLines<T>& lines, unsigned threads) {
+    const std::uint32_t planes = control_.planes;
+    FeedbackRandom& shared = screening_random();
+    const RandomJump plane_draws(Policy::kDraws.plane(width_, height_));
+    std::vector<FeedbackRandom> start;  // the generator at each plane's start
+    start.reserve(planes + 1);
+    RandomTable table = table_of(shared);
+    for (std::uint32_t p = 0; p <= planes; ++p) {
+      start.push_back(generator_at(table));
+      if (p < planes) table = plane_draws.apply(table);
+    }
+    // Working lines for every run but the first, which takes the held ones.
+    const std::uint32_t runs = threads < planes ? threads : planes;
+    std::vector<std::unique_ptr<T[]>> own(2 * runs);
+    for (std::size_t i = 2; i < own.size(); ++i) own[i].reset(new T[width_ + 1]());
+    for_plane_runs(planes, runs, [&](std::uint32_t first, std::uint32_t end) {
+      std::uint32_t k = 0;
+      while (plane_run_start(planes, runs, k) != first) ++k;
+      T* const a = k == 0 ? lines.ValueLineA() : own[2 * k].get();
+      T* const b = k == 0 ? lines.ValueLineB() : own[2 * k + 1].get();
+      Policy policy = policy_;
+      BandEngine run(policy, source_, dots_, width_, height_, control_);
+      FeedbackRandom rng = start[first];
+      for (std::uint32_t p = first; p < end; ++p)
+        run.plane(a, b, lines.CarryLine(p, width_), p, rng);
+    });
+    shared = start[planes];
+  }
+
+  void plane(T* const a, T* const b, T* const carry, std::uint32_t p, FeedbackRandom& rng) {
     policy_.begin_plane(p);
     unsigned char const* first = src_row(p, 0);
     for (std::uint32_t x = 0; x < width_; ++x) {

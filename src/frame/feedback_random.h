@@ -34,6 +34,14 @@ class FeedbackRandom {
   int rear() const { return rear_; }
   std::uint32_t word(int i) const { return state_[i]; }
 
+  // Takes a table given in draw order (words[k] at position front + k,
+  // mod 31; `front` 0-30), the rear three places behind the front.
+  void load(std::uint32_t const (&words)[kDegree], int front) {
+    for (int k = 0; k < kDegree; ++k) state_[(front + k) % kDegree] = words[k];
+    front_ = front;
+    rear_ = (front + kDegree - kSeparation) % kDegree;
+  }
+
  private:
   std::uint32_t state_[kDegree];
   int front_;

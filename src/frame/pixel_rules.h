@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "frame/band_engine.h"
+#include "frame/select.h"
 #include "frame/tone_curves.h"
 
 namespace halftone::engine {
@@ -14,7 +15,7 @@ template <bool kWhiteRule>
 inline std::int32_t quantise(std::int16_t v, Pixel px, RowOut<1>& out) {
   const bool dot = v <= 128;
   out.put(px.x, kWhiteRule ? dot && px.s < 255 : dot);
-  return wrap16(dot ? v : v - 255);
+  return wrap16(select_at_most(v, 128, v, v - 255));
 }
 
 // The inverted screens: a set bit is paper.
@@ -22,7 +23,7 @@ template <bool kWhiteRule>
 inline std::int32_t quantise_inverted(std::int16_t v, Pixel px, RowOut<1>& out) {
   const bool paper = v > 128;
   out.put(px.x, kWhiteRule ? paper || px.s == 255 : paper);
-  return wrap16(paper ? v - 255 : v);
+  return wrap16(select_at_most(v, 128, v, v - 255));
 }
 
 // Picks entry r (0-3) of a four-case rule table with masks, no branch and no

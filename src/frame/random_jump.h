@@ -47,4 +47,11 @@ inline RandomTable jump(RandomTable const& table, std::uint64_t draws) {
   return RandomJump(draws).apply(table);
 }
 
+// A generator that continues from `table`.
+inline FeedbackRandom generator_at(RandomTable const& table) {
+  FeedbackRandom rng;
+  rng.load(table.words, table.front);
+  return rng;
+}
+
 }  // namespace halftone

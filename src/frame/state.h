@@ -55,6 +55,9 @@ struct ScreenState {
   std::uint8_t dither_matrix[256] = {};
   bool has_data_folder = false;  // otherwise the process's data folder
   std::string data_folder;       // with a trailing separator
+  // Planes of a band screened at once (a job's "threads"; the process's
+  // entry points screen one plane after the other).
+  unsigned threads = 1;
 
  private:
   bool owns_stores_;

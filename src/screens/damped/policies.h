@@ -87,6 +87,7 @@ inline constexpr double kHalf = 0.5;
 // last row advances the generator by one unused draw. Row ends keep only the downward half; the
 // final pixel of the last row passes nothing on.
 struct DampedHalves : engine::PolicyBase<double> {
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   template <Dir D, Role R>
   Shares pixel(double v, Pixel px, Out& out, FeedbackRandom& rng) {
     const double e = quantise(v, px.x, out);

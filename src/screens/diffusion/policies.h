@@ -26,6 +26,7 @@ using Out = engine::RowOut<1>;
 // on a 0. The last row keeps it in the row on a 1 and drops it on a 0, and its
 // final pixel draws nothing. The working lines live for the call only.
 struct RandomDirectionPage : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   template <Dir D, Role R>
   Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise<false>(v, px, out);
@@ -40,6 +41,7 @@ struct RandomDirectionPage : engine::PolicyBase<std::int16_t> {
 // draw, ignore the bit and send two thirds below; the last row sends a 1 into
 // the carry.
 struct RandomDirection : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   template <Dir D, Role R>
   Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise<false>(v, px, out);
@@ -67,6 +69,7 @@ Shares split_thirds(std::int32_t e, std::uint32_t r2) {
 // pushed by the active curves, and row ends send two thirds below without
 // drawing.
 struct TonePush : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{1, 0, 1, 0};
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R>
@@ -82,6 +85,7 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
 // Inverted thirds: a set bit is paper (white sources always paper); no push.
 // Row ends make one draw, ignore it and send two thirds below.
 struct InvertedThirds : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   template <Dir D, Role R>
   Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise_inverted<true>(v, px, out);
@@ -98,6 +102,7 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
 // split. The last row: 3 all into the carry, 1 all ahead. Row ends draw,
 // ignore it and send two thirds below.
 struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   template <Dir D, Role R>
   Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
     const std::int32_t e = quantise_inverted<false>(v, px, out);
@@ -117,6 +122,7 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
 // sense: a 1 sends everything into the carry, a 0 a third ahead and the rest
 // into the carry. White pixels are never inked.
 struct Conserving : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
 
   template <Dir D, Role R>
@@ -138,6 +144,7 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
 // error (below) only on 0-5; the last row carries on 0-5 and sends ahead on
 // 6-12, and its final pixel does not step the counter.
 struct CounterDriven : engine::PolicyBase<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{0, 0, 0, 0};  // each plane its own cycle
   PlaneCycle* cycle = nullptr;
 
   static std::vector<PlaneCycle>& cycles() { return state().cycles; }

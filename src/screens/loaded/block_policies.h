@@ -50,6 +50,7 @@ template <class T>
 struct BlockHalfSplit : BlockFrame<T> {
   using Acc = typename BlockFrame<T>::Acc;
   static constexpr bool kOffsets = !std::is_floating_point_v<T>;
+  static constexpr engine::DrawCount kDraws{0, 0, 0, 0};
   T const* offsets = nullptr;
 
   template <Dir D, Role R>
@@ -84,6 +85,7 @@ inline std::int32_t random_down(std::int32_t t, std::uint32_t s, std::uint32_t r
 // going right, first curve at odd columns going left; the dot is already
 // set), is split on one full draw a pixel.
 struct BlockRandomSplit : BlockFrame<std::int16_t> {
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 1};
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R>

@@ -61,6 +61,8 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   // error to the next band.
   static constexpr bool kCarryOnlyAfterRtl = true;
   static constexpr bool kMatrix = kSplits == Splits::Matrix;
+  static constexpr engine::DrawCount kDraws =
+      kMatrix ? engine::DrawCount{0, 0, 0, 0} : engine::DrawCount{1, 1, 1, 1};
 
   Quantiser quantise{};
   ActiveToneCurves curves = active_curves();

@@ -50,6 +50,7 @@ struct NoBias {
 // and the carry line by thirds; its final pixel is coded and nothing more.
 struct HalvesSpread {
   static constexpr bool kCarryOnlyAfterRtl = false;
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   template <Role R>
   static constexpr bool kSilent = R == Role::LastEnd;
 
@@ -71,6 +72,7 @@ struct HalvesSpread {
 // downward shares reach the carry line only when that row runs right to left.
 struct ThirdSplit {
   static constexpr bool kCarryOnlyAfterRtl = true;
+  static constexpr engine::DrawCount kDraws{1, 1, 1, 1};
   template <Role R>
   static constexpr bool kSilent = false;
 
@@ -85,6 +87,7 @@ struct ThirdSplit {
 template <class Decide, class Bias, class Spread, class Cells>
 struct CodeScreen : engine::PolicyBase<std::int16_t> {
   static constexpr bool kCarryOnlyAfterRtl = Spread::kCarryOnlyAfterRtl;
+  static constexpr engine::DrawCount kDraws = Spread::kDraws;
   static constexpr unsigned kBits = Cells::kBits;
 
   Decide decision{};

@@ -1,0 +1,25 @@
+// Selects on a condition that follows the image, such as the dot test.
+//
+// Whether a pixel is inked changes from pixel to pixel as the image and the
+// error do, so a branch on it is mispredicted about as often as it is taken;
+// a conditional move costs a cycle instead. Compilers do not reliably choose
+// the conditional move for these selects inside the screens' unrolled loops,
+// so on x86-64 with GCC or Clang it is written out; elsewhere the plain
+// expression is left to the compiler.
+#pragma once
+#include <cstdint>
+
+namespace halftone {
+
+// v <= limit ? at_most : above, without a branch.
+inline std::int32_t select_at_most(std::int32_t v, std::int32_t limit, std::int32_t at_most,
+                                   std::int32_t above) {
+#if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
+  __asm__("cmpl %2, %1\n\tcmovg %3, %0" : "+r"(at_most) : "r"(v), "ri"(limit), "r"(above) : "cc");
+  return at_most;
+#else
+  return v <= limit ? at_most : above;
+#endif
+}
+
+}  // namespace halftone
