@@ -6,7 +6,7 @@
 #include "frame/band_lines.h"
 #include "frame/layout.h"
 #include "frame/state.h"
-#include "frame/threshold_rows.h"
+#include "frame/threshold_pack.h"
 #include "halftone/result_codes.h"
 #include "screens/loaded/screens.h"
 
@@ -64,11 +64,18 @@ void count_rows(std::size_t plane, std::uint32_t height) {
   counters[plane] += height;
 }
 
-// A clustered matrix as comparison values: a grey below 2T - 1 is inked.
+// A clustered matrix as comparison values: a grey below 2T - 1 is inked
+// (T is 1-128, so 2T - 1 is a byte, 1-255), also as threshold rows.
 struct ClusterLimits {
   std::int32_t v[256];
+  ThresholdRing rows[16];
   explicit ClusterLimits(std::uint8_t const* matrix) {
-    for (std::size_t i = 0; i < 256; ++i) v[i] = 2 * static_cast<std::int32_t>(matrix[i]) - 1;
+    std::uint8_t bytes[256];
+    for (std::size_t i = 0; i < 256; ++i) {
+      v[i] = 2 * static_cast<std::int32_t>(matrix[i]) - 1;
+      bytes[i] = static_cast<std::uint8_t>(v[i]);
+    }
+    for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(bytes + r * 16u, 16);
   }
 };
 
@@ -84,14 +91,13 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
                      std::uint32_t height, std::uint32_t control) {
   const auto [planes, src, out] =
       PlaneCall(source, dots, width, height, control, dot_stride(width));
+  if (width == 0) return 0;
+  ThresholdRing ring;
   for (std::size_t p = 0; p < planes; ++p) {
     const std::uint32_t shift = static_cast<std::uint32_t>(p) * 16u;
     for (std::uint32_t y = 0; y < height; ++y) {
-      std::uint8_t const* thresholds = stores().ThresholdMatrix8[(shift + y) & 255u];
-      threshold_row(src.row(p, y), out.row(p, y), width,
-                    [thresholds, shift](std::uint8_t v, std::uint32_t x) {
-                      return v <= thresholds[(x + shift) & 255u];
-                    });
+      ring.assign(stores().ThresholdMatrix8[(shift + y) & 255u], 256);
+      threshold_pack_row(src.row(p, y), out.row(p, y), width, ring, shift, DotTest::AtMost);
     }
   }
   return 0;
@@ -103,11 +109,9 @@ int clustered_threshold(unsigned char const* source, unsigned char* dots, std::u
   const auto [planes, src, out] =
       PlaneCall(source, dots, width, height, control, dot_stride(width));
   for (std::size_t p = 0; p < planes; ++p) {
-    for (std::uint32_t y = 0; y < height; ++y) {
-      std::int32_t const* row = limits.v + (y & 15u) * 16u;
-      threshold_row(src.row(p, y), out.row(p, y), width,
-                    [row](std::uint8_t v, std::uint32_t x) { return v < row[x & 15u]; });
-    }
+    for (std::uint32_t y = 0; y < height; ++y)
+      threshold_pack_row(src.row(p, y), out.row(p, y), width, limits.rows[y & 15u], 0,
+                         DotTest::Below);
     count_rows(p, height);
   }
   return 0;
@@ -128,30 +132,28 @@ int clustered_threshold_lines(unsigned char const* source, unsigned char* dots, 
   if (!held) return ERR_NO_MEMORY;
   if (planes == 0) return 0;
   for (std::size_t p = 0; p < planes; ++p) {
+    // The lines hold the source values, plus, on each plane's first row, the
+    // carry line's first width entries, which are then cleared: only a row
+    // that meets a carry left by another screen differs from a plain
+    // threshold of the source, and only that row is screened from the lines.
+    std::uint32_t y = 0;
     if (height != 0) {
       std::int16_t* carry = lines.CarryLine(0, width);
-      std::int16_t* first = lines.ValueLineA();
-      unsigned char const* row0 = src.row(p, 0);
-      for (std::uint32_t x = 0; x < width; ++x) {
-        first[x] = wrap16(row0[x] + carry[x]);
-        carry[x] = 0;
+      bool carried = false;
+      for (std::uint32_t x = 0; x < width; ++x) carried = carried || carry[x] != 0;
+      if (carried) {
+        unsigned char const* row0 = src.row(p, 0);
+        unsigned char* o = out.row(p, 0);
+        for (std::uint32_t x = 0; x < width; ++x) {
+          if (wrap16(row0[x] + carry[x]) < limits.v[x & 15u]) set_dot(o, x);
+          carry[x] = 0;
+        }
+        y = 1;
       }
     }
-    for (std::uint32_t y = 0; y < height; ++y) {
-      // Even rows run left to right on line A, odd rows right to left on line
-      // B; the order of the visit does not change any pixel's result.
-      const bool even = (y & 1u) == 0;
-      std::int16_t const* current = even ? lines.ValueLineA() : lines.ValueLineB();
-      std::int16_t* next = even ? lines.ValueLineB() : lines.ValueLineA();
-      std::int32_t const* row = limits.v + (y & 15u) * 16u;
-      unsigned char* o = out.row(p, y);
-      for (std::uint32_t x = 0; x < width; ++x)
-        if (current[x] < row[x & 15u]) set_dot(o, x);
-      if (y + 1 < height) {
-        unsigned char const* below = src.row(p, y + 1);
-        for (std::uint32_t x = 0; x < width; ++x) next[x] = below[x];
-      }
-    }
+    for (; y < height; ++y)
+      threshold_pack_row(src.row(p, y), out.row(p, y), width, limits.rows[y & 15u], 0,
+                         DotTest::Below);
     count_rows(p, height);
   }
   lines.end(ScreenControl(control));

@@ -4,7 +4,7 @@
 
 #include "frame/layout.h"
 #include "frame/state.h"
-#include "frame/threshold_rows.h"
+#include "frame/threshold_pack.h"
 
 namespace halftone::matrix {
 
@@ -40,14 +40,12 @@ int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32
                    std::uint32_t height, std::uint32_t control) {
   const auto [planes, src, out] =
       PlaneCall(source, dots, width, height, control, dot_stride(width));
-  std::uint8_t const* const matrix = dither_matrix();
+  if (planes == 0 || width == 0) return 0;
+  ThresholdRing rows[16];
+  for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(dither_matrix() + r * 16u, 16);
   for (std::size_t p = 0; p < planes; ++p)
-    for (std::uint32_t y = 0; y < height; ++y) {
-      std::uint8_t const* thresholds = matrix + (y & 15u) * 16u;
-      threshold_row(
-          src.row(p, y), out.row(p, y), width,
-          [thresholds](std::uint8_t v, std::uint32_t x) { return v < thresholds[x & 15u]; });
-    }
+    for (std::uint32_t y = 0; y < height; ++y)
+      threshold_pack_row(src.row(p, y), out.row(p, y), width, rows[y & 15u], 0, DotTest::Below);
   return 0;
 }
 
