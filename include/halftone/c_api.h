@@ -118,9 +118,9 @@ halftone_job* halftone_job_new(const char* screen, uint32_t width, uint32_t plan
 int halftone_job_set(halftone_job* job, const char* key, const char* value);
 
 /* Output of a band of `rows` source rows: its width in pixels, its rows and
-   the bytes its packed pixels fill in a row, the least output stride
-   (turned screens swap width and rows). The library's own rows are padded to
-   halftone_row_bytes(width, bits). */
+   the library's row size in bytes, padded to 32 bits (turned screens swap
+   width and rows). Any output stride from the bytes the row's pixels fill,
+   (width * bits + 7) / 8, up is accepted. */
 int halftone_job_output_shape(const halftone_job* job, uint32_t rows, uint32_t* out_width,
                               uint32_t* out_rows, size_t* out_row_bytes);
 

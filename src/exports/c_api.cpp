@@ -254,8 +254,10 @@ int halftone_job::band(unsigned char const* source, std::size_t source_stride, u
   if (source == nullptr || dots == nullptr)
     return fail(HALFTONE_ERR_ARGUMENT, "no source or output buffer given");
   std::uint32_t out_width = 0, out_rows = 0;
-  std::size_t out_bytes = 0;
-  halftone_job_output_shape(this, rows, &out_width, &out_rows, &out_bytes);
+  halftone_job_output_shape(this, rows, &out_width, &out_rows, nullptr);
+  // The least output stride: the bytes the row's pixels fill.
+  const std::size_t out_bytes =
+      (std::size_t{out_width} * static_cast<unsigned>(info().bits) + 7u) / 8u;
   if (source_stride < width)
     return fail(HALFTONE_ERR_ARGUMENT, "the source stride " + std::to_string(source_stride) +
                                            " is less than the row of " + std::to_string(width) +
@@ -418,9 +420,7 @@ int halftone_job_output_shape(const halftone_job* job, uint32_t rows, uint32_t* 
   const std::uint32_t r = turned ? job->width : rows;
   if (out_width) *out_width = w;
   if (out_rows) *out_rows = r;
-  if (out_row_bytes)
-    *out_row_bytes =
-        (static_cast<std::size_t>(w) * static_cast<std::size_t>(job->info().bits) + 7u) / 8u;
+  if (out_row_bytes) *out_row_bytes = halftone_row_bytes(w, job->info().bits);
   return HALFTONE_OK;
 }
 
