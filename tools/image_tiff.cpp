@@ -177,6 +177,15 @@ class TiffReader final : public Reader {
     spp_ = separate_ ? 1 : spp;
     used_ = used;
     tiled_ = TIFFIsTiled(t) != 0;
+    if (compression == COMPRESSION_NONE) {  // plain samples: the file must hold them all
+      const std::uint64_t declared = (std::uint64_t{width} * (separate_ ? 1 : spp) * bps + 7) / 8 *
+                                     height * (separate_ ? spp : 1);
+      const std::uint64_t size = size_proc(file_);
+      if (declared > size)
+        fail("the page declares " + std::to_string(width) + " x " + std::to_string(height) +
+             " pixels (" + std::to_string(declared) + " bytes) but the file holds " +
+             std::to_string(size));
+    }
 
     shape_ = PageShape{};
     shape_.width = width;

@@ -220,10 +220,24 @@ TEST(Readers, EveryFormGivesItsGreyPlanes) {
   }
 }
 
+// An uncompressed TIFF page of width x height grey bytes in a file of a few bytes.
+std::string lying_tiff(std::uint32_t width, std::uint32_t height) {
+  const std::uint32_t entries[][3] = {{256, 4, width}, {257, 4, height}, {258, 3, 8},
+                                      {259, 3, 1},     {262, 3, 1},      {273, 4, 8},
+                                      {277, 3, 1},     {278, 4, height}, {279, 4, 10}};
+  std::string s = "II*" + bin({0, 18, 0, 0, 0}) + std::string(10, '\0') + bin({9, 0});
+  for (auto const& e : entries) {
+    s += bin({int(e[0] & 0xFF), int(e[0] >> 8), int(e[1]), 0, 1, 0, 0, 0});
+    for (int i = 0; i < 4; ++i) s += static_cast<char>(e[2] >> (8 * i));
+  }
+  return s + std::string(4, '\0');
+}
+
 TEST(Readers, RefuseBadFilesWithAReason) {
   const std::vector<std::pair<char const*, std::string>> cases = {
       {"lying size", "P5\n32768 32768\n255\n"},  // 19 bytes declaring 1 GiB
       {"lying size, plain", "P2 30000 30000 255\n1 2 3"},
+      {"lying size, TIFF", lying_tiff(1000000, 4000)},
       {"truncated", "P5 4 2 255\n" + bin({1, 2, 3})},
       {"maxval 0", "P5 1 1 0\n" + bin({0})},
       {"zero width", "P5 0 1 255\n"},
