@@ -16,11 +16,12 @@ namespace halftone::bench {
 namespace {
 
 // A screen whose dots do not depend on their neighbours is measured against
-// the threshold loop: one banded without carried state, or a loaded screen
-// that reads no data or curves (its lines carry the source values only).
+// the threshold loop: one banded without carried state, or one whose summary
+// names a threshold matrix and no diffusion (its lines carry source values).
 Yardstick yardstick_of(halftone_screen_info const& info) {
-  const bool threshold = info.banding == HALFTONE_BANDING_BANDED ||
-                         (std::strcmp(info.family, "loaded") == 0 && info.needs == 0);
+  const bool threshold =
+      info.banding == HALFTONE_BANDING_BANDED ||
+      (std::strstr(info.summary, "threshold") && !std::strstr(info.summary, "diffusion"));
   return threshold ? Yardstick::Threshold : Yardstick::Diffusion;
 }
 
@@ -28,24 +29,24 @@ Yardstick yardstick_of(halftone_screen_info const& info) {
 bool prepare(benchmark::State& state, halftone_job* job, halftone_screen_info const& info) {
   const int pw = info.pattern_width > 0 ? info.pattern_width : 64;
   const int ph = info.pattern_height > 0 ? info.pattern_height : 64;
-  DataFiles const& files = data_files(pw, ph);
   std::vector<std::pair<char const*, std::string>> options = {{"seed-time", "1000"}};
   if (info.needs & HALFTONE_NEEDS_TONE_CURVES) options.emplace_back("mode", "2");
   const unsigned data = HALFTONE_NEEDS_PATTERN | HALFTONE_NEEDS_PATTERN2 | HALFTONE_NEEDS_MATRIX |
                         HALFTONE_NEEDS_BLOCKS;
   if (info.needs & data) {
+    DataFiles const& files = data_files(pw, ph);  // written on first use
     if (files.folder.empty()) {
       state.SkipWithError("the screen's data files could not be written");
       return false;
     }
     options.emplace_back("data-folder", files.folder);
+    if (info.needs & (HALFTONE_NEEDS_PATTERN | HALFTONE_NEEDS_PATTERN2))
+      options.emplace_back("pattern-size", std::to_string(pw) + "x" + std::to_string(ph));
+    if (info.needs & HALFTONE_NEEDS_PATTERN) options.emplace_back("pattern", files.pattern);
+    if (info.needs & HALFTONE_NEEDS_PATTERN2) options.emplace_back("pattern2", files.pattern2);
+    if (info.needs & HALFTONE_NEEDS_MATRIX) options.emplace_back("matrix", files.matrix);
+    if (info.needs & HALFTONE_NEEDS_BLOCKS) options.emplace_back("blocks", files.blocks);
   }
-  if (info.needs & (HALFTONE_NEEDS_PATTERN | HALFTONE_NEEDS_PATTERN2))
-    options.emplace_back("pattern-size", std::to_string(pw) + "x" + std::to_string(ph));
-  if (info.needs & HALFTONE_NEEDS_PATTERN) options.emplace_back("pattern", files.pattern);
-  if (info.needs & HALFTONE_NEEDS_PATTERN2) options.emplace_back("pattern2", files.pattern2);
-  if (info.needs & HALFTONE_NEEDS_MATRIX) options.emplace_back("matrix", files.matrix);
-  if (info.needs & HALFTONE_NEEDS_BLOCKS) options.emplace_back("blocks", files.blocks);
   if (page_size().threads > 1) options.emplace_back("threads", std::to_string(page_size().threads));
   for (auto const& [key, value] : options)
     if (halftone_job_set(job, key, value.c_str()) != 0) {

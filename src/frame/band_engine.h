@@ -168,9 +168,8 @@ class BandEngine {
         (Policy::kReseed == Reseed::FirstBand && control_.first_band()))
       reseed_screening();
     if (width_ != 0 && height_ != 0) {
-      const unsigned threads = state().threads;
-      if (threads > 1 && control_.planes > 1 && Policy::kDraws.fixed())
-        planes_at_once(lines, threads);
+      if (control_.planes > 1 && Policy::kDraws.fixed())
+        planes_at_once(lines, state().threads);
       else
         for (std::uint32_t p = 0; p < control_.planes; ++p)
           plane(lines.ValueLineA(), lines.ValueLineB(), lines.CarryLine(p, width_), p,
@@ -180,6 +179,16 @@ class BandEngine {
   }
 
  private:
+  struct Row {
+    T* cur;
+    T* below;
+    T* carry;
+    unsigned char const* src;
+    unsigned char const* src_next;  // null on the band's last row
+    unsigned char* out;
+    std::uint32_t y;
+  };
+
   unsigned char const* src_row(std::uint32_t p, std::uint32_t r) const {
     return source_ + (static_cast<std::size_t>(r) * control_.planes + p) * src_stride_;
   }
@@ -187,11 +196,14 @@ class BandEngine {
     return dots_ + (static_cast<std::size_t>(r) * control_.planes + p) * out_stride_;
   }
 
-  // The planes in runs on several threads, byte for byte as one after the
-  // other: each run screens with its own working lines, its own copy of the
-  // policy and the generator as the planes before it leave it (the shared
-  // generator jumped ahead by their draws), and the shared generator ends
-  // where the last plane leaves it.
+  // Planes whose draws are known ahead, byte for byte as one after the
+  // other: each plane starts from the generator as the planes before it
+  // leave it (the shared generator jumped ahead by their draws) and the
+  // shared generator ends where the last plane leaves it. The planes run in
+  // runs on `threads` threads, and within a run two at a time, their pixels
+  // interleaved: the two planes' pixel-to-pixel chains are independent, so
+  // the processor works on both at once. Every plane of a pair has working
+  // lines and a copy of the policy of its own.
   void planes_at_once(BandLines<T>& lines, unsigned threads) {
     const std::uint32_t planes = control_.planes;
     FeedbackRandom& shared = screening_random();
@@ -203,25 +215,105 @@ class BandEngine {
       start.push_back(generator_at(table));
       if (p < planes) table = plane_draws.apply(table);
     }
-    // Working lines for every run but the first, which takes the held ones.
-    const std::uint32_t runs = threads < planes ? threads : planes;
-    std::vector<std::unique_ptr<T[]>> own(2 * runs);
+    // Two pairs of working lines a run; the first run's first pair is the
+    // held one.
+    const std::uint32_t runs = threads < 1 ? 1u : (threads < planes ? threads : planes);
+    std::vector<std::unique_ptr<T[]>> own(4 * runs);
     for (std::size_t i = 2; i < own.size(); ++i) own[i].reset(new T[width_ + 1]());
     for_plane_runs(planes, runs, [&](std::uint32_t first, std::uint32_t end) {
       std::uint32_t k = 0;
       while (plane_run_start(planes, runs, k) != first) ++k;
-      T* const a = k == 0 ? lines.ValueLineA() : own[2 * k].get();
-      T* const b = k == 0 ? lines.ValueLineB() : own[2 * k + 1].get();
-      Policy policy = policy_;
-      BandEngine run(policy, source_, dots_, width_, height_, control_);
-      FeedbackRandom rng = start[first];
-      for (std::uint32_t p = first; p < end; ++p)
-        run.plane(a, b, lines.CarryLine(p, width_), p, rng);
+      T* const a0 = k == 0 ? lines.ValueLineA() : own[4 * k].get();
+      T* const b0 = k == 0 ? lines.ValueLineB() : own[4 * k + 1].get();
+      T* const a1 = own[4 * k + 2].get();
+      T* const b1 = own[4 * k + 3].get();
+      Policy policy0 = policy_, policy1 = policy_;
+      BandEngine e0(policy0, source_, dots_, width_, height_, control_);
+      BandEngine e1(policy1, source_, dots_, width_, height_, control_);
+      std::uint32_t p = first;
+      for (; p + 1 < end; p += 2) {
+        FeedbackRandom g0 = start[p], g1 = start[p + 1];
+        plane_pair(e0, a0, b0, lines.CarryLine(p, width_), p, g0, e1, a1, b1,
+                   lines.CarryLine(p + 1, width_), p + 1, g1);
+      }
+      if (p < end) {
+        FeedbackRandom g = start[p];
+        e0.plane(a0, b0, lines.CarryLine(p, width_), p, g);
+      }
     });
     shared = start[planes];
   }
 
-  void plane(T* const a, T* const b, T* const carry, std::uint32_t p, FeedbackRandom& rng) {
+  Row row_of(T* a, T* b, T* carry, std::uint32_t p, std::uint32_t r) const {
+    return Row{(r & 1u) ? b : a,
+               (r & 1u) ? a : b,
+               carry,
+               src_row(p, r),
+               r + 1 < height_ ? src_row(p, r + 1) : nullptr,
+               out_row(p, r),
+               r};
+  }
+
+  // Two planes row by row; rows that run the same way are scanned together.
+  static void plane_pair(BandEngine& e0, T* a0, T* b0, T* c0, std::uint32_t p0, FeedbackRandom& g0,
+                         BandEngine& e1, T* a1, T* b1, T* c1, std::uint32_t p1,
+                         FeedbackRandom& g1) {
+    e0.begin(a0, c0, p0);
+    e1.begin(a1, c1, p1);
+    const std::uint32_t height = e0.height_;
+    for (std::uint32_t r = 0; r < height; ++r) {
+      const Row r0 = e0.row_of(a0, b0, c0, p0, r);
+      const Row r1 = e1.row_of(a1, b1, c1, p1, r);
+      const Dir d0 = e0.policy_.begin_row(p0, r);
+      const Dir d1 = e1.policy_.begin_row(p1, r);
+      const bool last = r + 1 == height;
+      if (d0 != d1) {
+        e0.scan_row(r0, d0, last, g0);
+        e1.scan_row(r1, d1, last, g1);
+      } else if (d0 == Dir::Ltr) {
+        if (last)
+          scan_pair<Dir::Ltr, Role::LastInner, Role::LastEnd>(e0, r0, g0, e1, r1, g1);
+        else
+          scan_pair<Dir::Ltr, Role::Inner, Role::RowEnd>(e0, r0, g0, e1, r1, g1);
+      } else {
+        if (last)
+          scan_pair<Dir::Rtl, Role::LastInner, Role::LastEnd>(e0, r0, g0, e1, r1, g1);
+        else
+          scan_pair<Dir::Rtl, Role::Inner, Role::RowEnd>(e0, r0, g0, e1, r1, g1);
+      }
+    }
+  }
+
+  template <Dir D, Role Body, Role End>
+  static void scan_pair(BandEngine& e0, Row const& r0, FeedbackRandom& g0, BandEngine& e1,
+                        Row const& r1, FeedbackRandom& g1) {
+    using Acc = typename Policy::Acc;
+    FeedbackRandom rng0 = g0, rng1 = g1;
+    RowOut<Policy::kBits> out0(r0.out), out1(r1.out);
+    const std::uint32_t width = e0.width_;
+    std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
+    Acc ahead0{}, ahead1{};
+    for (std::uint32_t n = width - 1; n != 0; --n) {
+      ahead0 = e0.template step<D, Body>(r0, x, ahead0, out0, rng0);
+      ahead1 = e1.template step<D, Body>(r1, x, ahead1, out1, rng1);
+      out0.template after<D>(x, false);
+      out1.template after<D>(x, false);
+      if constexpr (D == Dir::Ltr)
+        ++x;
+      else
+        --x;
+    }
+    (void)e0.template step<D, End>(r0, x, ahead0, out0, rng0);
+    (void)e1.template step<D, End>(r1, x, ahead1, out1, rng1);
+    out0.template after<D>(x, true);
+    out1.template after<D>(x, true);
+    g0 = rng0;
+    g1 = rng1;
+  }
+
+  // The plane's first row from the source (or the screen's base) and the
+  // carried error, which is then cleared.
+  void begin(T* const a, T* const carry, std::uint32_t p) {
     policy_.begin_plane(p);
     unsigned char const* first = src_row(p, 0);
     for (std::uint32_t x = 0; x < width_; ++x) {
@@ -231,41 +323,29 @@ class BandEngine {
         a[x] = store(T{}, policy_.first_row_base(x) + carry[x]);
       carry[x] = T{};
     }
-    // Row 0 of a band always sits in line A, row 1 in line B and so on,
-    // whichever direction the row runs.
-    for (std::uint32_t r = 0; r < height_; ++r) {
-      Row row{(r & 1u) ? b : a,
-              (r & 1u) ? a : b,
-              carry,
-              src_row(p, r),
-              r + 1 < height_ ? src_row(p, r + 1) : nullptr,
-              out_row(p, r),
-              r};
-      const Dir dir = policy_.begin_row(p, r);
-      const bool last = r + 1 == height_;
-      if (dir == Dir::Ltr) {
-        if (last)
-          scan<Dir::Ltr, Role::LastInner, Role::LastEnd>(row, rng);
-        else
-          scan<Dir::Ltr, Role::Inner, Role::RowEnd>(row, rng);
-      } else {
-        if (last)
-          scan<Dir::Rtl, Role::LastInner, Role::LastEnd>(row, rng);
-        else
-          scan<Dir::Rtl, Role::Inner, Role::RowEnd>(row, rng);
-      }
-    }
   }
 
-  struct Row {
-    T* cur;
-    T* below;
-    T* carry;
-    unsigned char const* src;
-    unsigned char const* src_next;  // null on the band's last row
-    unsigned char* out;
-    std::uint32_t y;
-  };
+  void plane(T* const a, T* const b, T* const carry, std::uint32_t p, FeedbackRandom& rng) {
+    begin(a, carry, p);
+    for (std::uint32_t r = 0; r < height_; ++r)
+      scan_row(row_of(a, b, carry, p, r), policy_.begin_row(p, r), r + 1 == height_, rng);
+  }
+
+  // Row 0 of a band always sits in line A, row 1 in line B and so on,
+  // whichever direction the row runs.
+  void scan_row(Row const& row, Dir dir, bool last, FeedbackRandom& rng) {
+    if (dir == Dir::Ltr) {
+      if (last)
+        scan<Dir::Ltr, Role::LastInner, Role::LastEnd>(row, rng);
+      else
+        scan<Dir::Ltr, Role::Inner, Role::RowEnd>(row, rng);
+    } else {
+      if (last)
+        scan<Dir::Rtl, Role::LastInner, Role::LastEnd>(row, rng);
+      else
+        scan<Dir::Rtl, Role::Inner, Role::RowEnd>(row, rng);
+    }
+  }
 
   // The share sent ahead goes to the very next pixel of the scan, which is
   // handled next; it is kept in a register instead of being stored in the
