@@ -42,7 +42,11 @@ HALFTONE_LIBRARY="$root/build/libhalftone.so" "$root/build/venv/bin/python" -m p
   --disable-pip-version-check --no-build-isolation --no-index --no-deps "$root/python"
 
 case "$job" in
-  demo) exec "$root/build/tools/halftone" demo --out "${2:-$root/halftone-demo}" ;;
+  demo)
+    # The quality report first, so that the overview page links it.
+    out=${2:-$root/halftone-demo}
+    "$root/build/venv/bin/python" -m halftone.report --out "$out/report" --quiet
+    exec "$root/build/tools/halftone" demo --out "$out" ;;
   test)
     ctest --test-dir "$root/build" -j"$jobs" --output-on-failure
     # The tests again under AddressSanitizer and UndefinedBehaviorSanitizer, then
