@@ -1,14 +1,6 @@
 // The C API: the registry's rows, and screening jobs that own their state.
 
-// Its functions leave the shared library: the header's declarations are the
-// first this file sees, with default visibility.
-#if defined(__GNUC__)
-#pragma GCC visibility push(default)
-#endif
-#include "halftone/c_api.h"
-#if defined(__GNUC__)
-#pragma GCC visibility pop
-#endif
+#include "frame/exported.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,7 +1,7 @@
 // Export table: the damped and noise-table diffusion screens, each its rule on
 // the band engine. Members without rules of their own run their nearest
 // sibling's.
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/damped/policies.h"
 

@@ -1,5 +1,5 @@
 // Export table: the error-diffusion screens, each its rule on the band engine.
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/diffusion/policies.h"
 

@@ -1,6 +1,6 @@
 // Export table: tone setup. (The extensions pin_seed_time, unpin_seed_time
 // and set_data_folder are defined beside the generator and the data folder.)
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/no_memory.h"
 #include "frame/tone_curves.h"
 

@@ -2,7 +2,7 @@
 // and the block-offset screens (their rules on the band engine).
 #include <string>
 
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "frame/data_folder.h"
 #include "frame/no_memory.h"

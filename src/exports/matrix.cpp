@@ -1,5 +1,5 @@
 // Export table: the built-in dither matrix and the plain ordered dither.
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "screens/matrix/ordered_dither.h"
 
 namespace m = halftone::matrix;

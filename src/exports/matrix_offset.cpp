@@ -1,6 +1,6 @@
 // Export table: the offset-matrix screens and their two-bit members, each its
 // rule on the band engine.
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/matrix/offset_matrix.h"
 

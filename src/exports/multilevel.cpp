@@ -1,6 +1,6 @@
 // Export table: the multi-level screens (two-bit and four-bit dot codes), each
 // its rule on the band engine.
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "screens/multilevel/policies.h"
 

@@ -1,5 +1,5 @@
 // Export table: the single-plane utilities, job pacing and the constant entries.
-#include "exports/entry_points.h"  // before any other declaration of the entry points
+#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/no_memory.h"
 #include "utilities/entries.h"
 #include "utilities/pacing.h"

@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "frame/extensions.h"  // before any other declaration of the extensions
+#include "frame/exported.h"  // before any other declaration of the extensions
 #include "frame/no_memory.h"
 #include "frame/state.h"
 

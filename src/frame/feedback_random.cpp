@@ -3,7 +3,7 @@
 #include <atomic>
 #include <ctime>
 
-#include "frame/extensions.h"  // before any other declaration of the extensions
+#include "frame/exported.h"  // before any other declaration of the extensions
 #include "frame/state.h"
 
 namespace halftone {
