@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "frame/layout.h"
+#include "frame/select.h"
 #include "frame/tone_curves.h"
 
 namespace halftone {
@@ -48,17 +49,21 @@ struct BracketedFourLevel {
         b1(bytes[1]),
         b2(bytes[2]) {}
 
+  // The codes of the four value ranges follow from the grey alone; the
+  // value then picks one with conditional moves, innermost range first, so
+  // that the outcome is the cascade's for any order of the midpoints.
   Decision decide(std::int16_t v, std::uint32_t s) const {
-    std::uint32_t code;
-    if (v > m10)
-      code = s <= b1 ? 2 : s <= b2 ? 1 : 0;
-    else if (v > m21)
-      code = s <= b1 ? 2 : 1;
-    else if (v > m32)
-      code = s <= b2 ? 2 : 1;
-    else
-      code = s <= b1 ? 3 : s <= b2 ? 2 : 1;
-    return coded(code, v, level[code]);
+    const std::int32_t low = s <= b1 ? 3 : s <= b2 ? 2 : 1;   // v <= m32
+    const std::int32_t third = s <= b2 ? 2 : 1;               // v > m32
+    const std::int32_t second = s <= b1 ? 2 : 1;              // v > m21
+    const std::int32_t high = s <= b1 ? 2 : s <= b2 ? 1 : 0;  // v > m10
+    const std::int32_t code = select_at_most(
+        v, m10, select_at_most(v, m21, select_at_most(v, m32, low, third), second), high);
+    const std::int32_t grey = select_at_most(
+        v, m10,
+        select_at_most(v, m21, select_at_most(v, m32, level[low], level[third]), level[second]),
+        level[high]);
+    return {static_cast<std::uint32_t>(code), wrap16(v - grey)};
   }
 };
 
@@ -125,7 +130,9 @@ struct TwoLevel {
   std::uint32_t dot_code;
 
   Decision decide(std::int16_t v, std::uint32_t /*s*/) const {
-    return v <= 128 ? coded(dot_code, v, 0) : coded(0, v, 255);
+    return {
+        static_cast<std::uint32_t>(select_at_most(v, 128, static_cast<std::int32_t>(dot_code), 0)),
+        wrap16(select_at_most(v, 128, v, v - 255))};
   }
 };
 

@@ -78,9 +78,10 @@ struct ThirdSplit {
 
   template <Dir D, Role R>
   static Shares spread(std::int32_t e, FeedbackRandom& rng) {
-    const std::int32_t t = third(e);
-    const bool b = rng.bit();
-    return {b ? e - t : t, b ? t : e - t};
+    const std::int32_t t = third(e), rest = e - t;
+    const std::int32_t one =
+        -static_cast<std::int32_t>(rng.bit());  // a noise bit: masks, no branch
+    return {(rest & one) | (t & ~one), (t & one) | (rest & ~one)};
   }
 };
 
