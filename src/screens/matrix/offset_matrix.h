@@ -92,14 +92,19 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   engine::Shares<Acc> pixel(std::int16_t v, Pixel px, engine::RowOut<kBits>& out,
                             FeedbackRandom& rng) {
     std::int32_t e = quantise(std::int32_t{v} + static_cast<std::int32_t>(px.s), px, out);
-    const bool thirds = kMatrix || rng.bit() != 0;
+    // All ones where the split is in thirds; the noise bit picks by mask.
+    const std::int32_t thirds = kMatrix ? -1 : -static_cast<std::int32_t>(rng.bit());
     if constexpr (D == Dir::Ltr) {
       if (kMatrix && !(px.x & 1u)) e += curves.b[px.s];
-      const std::int32_t down = thirds ? engine::third(e) : engine::three_quarters(e);
+      const std::int32_t down =
+          kMatrix ? engine::third(e)
+                  : (engine::third(e) & thirds) | (engine::three_quarters(e) & ~thirds);
       return {e - down, down};
     } else {
       if (px.x & 1u) e += curves.a[px.s];
-      const std::int32_t along = thirds ? engine::two_thirds(e) : engine::quarter(e);
+      const std::int32_t along =
+          kMatrix ? engine::two_thirds(e)
+                  : (engine::two_thirds(e) & thirds) | (engine::quarter(e) & ~thirds);
       return {along, e - along};
     }
   }
