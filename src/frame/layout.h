@@ -55,12 +55,14 @@ struct PlaneCall {
   PlaneRows<unsigned char const> src;
   PlaneRows<unsigned char> out;
 
+  // `cleared` false: the screen writes every byte of every row itself.
   PlaneCall(unsigned char const* source, unsigned char* dots, std::uint32_t width,
-            std::uint32_t height, std::uint32_t control, std::uint32_t out_stride)
+            std::uint32_t height, std::uint32_t control, std::uint32_t out_stride,
+            bool cleared = true)
       : planes(ScreenControl(control).planes),
         src{source, source_stride(width), planes},
         out{dots, out_stride, planes} {
-    clear_output(dots, planes, out_stride, height);
+    if (cleared) clear_output(dots, planes, out_stride, height);
   }
 };
 

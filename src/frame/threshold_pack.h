@@ -10,6 +10,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace halftone {
 
@@ -41,6 +42,16 @@ enum class VectorPath { Best, Sse2, Plain };
 void threshold_pack_row(unsigned char const* source, unsigned char* out, std::uint32_t width,
                         ThresholdRing const& ring, std::uint32_t shift, DotTest test,
                         VectorPath path = VectorPath::Best);
+
+// The same, and the row's padding up to `stride` bytes cleared: every byte
+// of the row is written, so the row need not be cleared first.
+inline void threshold_pack_whole_row(unsigned char const* source, unsigned char* out,
+                                     std::uint32_t width, std::uint32_t stride,
+                                     ThresholdRing const& ring, std::uint32_t shift, DotTest test) {
+  threshold_pack_row(source, out, width, ring, shift, test);
+  const std::uint32_t written = (width + 7) / 8;
+  if (stride > written) std::memset(out + written, 0, stride - written);
+}
 
 // The path Best takes on this CPU: "avx2", "sse2" or "plain".
 char const* threshold_pack_path();

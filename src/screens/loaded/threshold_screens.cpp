@@ -89,15 +89,16 @@ std::uint32_t row_counter(std::uint32_t plane) {
 // Plane p reads the matrix 16 p rows down and 16 p columns right (mod 256).
 int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                      std::uint32_t height, std::uint32_t control) {
-  const auto [planes, src, out] =
-      PlaneCall(source, dots, width, height, control, dot_stride(width));
+  const std::uint32_t stride = dot_stride(width);
+  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, stride, false);
   if (width == 0) return 0;
   ThresholdRing ring;
   for (std::size_t p = 0; p < planes; ++p) {
     const std::uint32_t shift = static_cast<std::uint32_t>(p) * 16u;
     for (std::uint32_t y = 0; y < height; ++y) {
       ring.assign(stores().ThresholdMatrix8[(shift + y) & 255u], 256);
-      threshold_pack_row(src.row(p, y), out.row(p, y), width, ring, shift, DotTest::AtMost);
+      threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, ring, shift,
+                               DotTest::AtMost);
     }
   }
   return 0;
@@ -106,12 +107,12 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
 int clustered_threshold(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                         std::uint32_t height, std::uint32_t control) {
   static const ClusterLimits limits(ClusterMatrixA);
-  const auto [planes, src, out] =
-      PlaneCall(source, dots, width, height, control, dot_stride(width));
+  const std::uint32_t stride = dot_stride(width);
+  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, stride, false);
   for (std::size_t p = 0; p < planes; ++p) {
     for (std::uint32_t y = 0; y < height; ++y)
-      threshold_pack_row(src.row(p, y), out.row(p, y), width, limits.rows[y & 15u], 0,
-                         DotTest::Below);
+      threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, limits.rows[y & 15u], 0,
+                               DotTest::Below);
     count_rows(p, height);
   }
   return 0;

@@ -38,14 +38,15 @@ int build_dither_matrix() {
 
 int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                    std::uint32_t height, std::uint32_t control) {
-  const auto [planes, src, out] =
-      PlaneCall(source, dots, width, height, control, dot_stride(width));
+  const std::uint32_t stride = dot_stride(width);
+  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, stride, false);
   if (planes == 0 || width == 0) return 0;
   ThresholdRing rows[16];
   for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(dither_matrix() + r * 16u, 16);
   for (std::size_t p = 0; p < planes; ++p)
     for (std::uint32_t y = 0; y < height; ++y)
-      threshold_pack_row(src.row(p, y), out.row(p, y), width, rows[y & 15u], 0, DotTest::Below);
+      threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, rows[y & 15u], 0,
+                               DotTest::Below);
   return 0;
 }
 
