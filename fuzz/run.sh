@@ -37,6 +37,7 @@ for name in "${names[@]}"; do
   [ -x "$program" ] || { echo "fuzz/run.sh: no program $name" >&2; failed+=("$name"); continue; }
   work=$build/corpus/$name
   mkdir -p "$work"
+  rm -f "$build/artifacts/$name-"*
   flags=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=1024 -malloc_limit_mb=512
          -print_final_stats=1 -artifact_prefix="$build/artifacts/$name-")
   [ -f "$root/fuzz/$name.dict" ] && flags+=(-dict="$root/fuzz/$name.dict")
