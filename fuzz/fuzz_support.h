@@ -127,7 +127,9 @@ inline void check_result(halftone_job const* job, int code, char const* step) {
 // Runs `page` through an open job: every band, then the finish. Each band's
 // output goes to a buffer of its own whose row padding is filled with a guard
 // that must survive, and whose bits past the last pixel must stay clear.
-// `between(n)` runs before band n after the first (to try calls out of order).
+// Output strides run from the row's pixel bytes up, short of the library's
+// padded rows or past them. `between(n)` runs before band n after the first
+// (to try calls out of order).
 inline Outcome run_page(halftone_job* job, int bits, Page const& page,
                         std::function<void(std::size_t)> const& between = {}) {
   Outcome out;
@@ -137,12 +139,14 @@ inline Outcome run_page(halftone_job* job, int bits, Page const& page,
     const std::uint32_t rows = page.bands[n];
     if (n > 0 && between) between(n);
     std::uint32_t out_width = 0, out_rows = 0;
-    std::size_t row_bytes = 0;
-    int code = halftone_job_output_shape(job, rows, &out_width, &out_rows, &row_bytes);
+    std::size_t padded = 0;
+    int code = halftone_job_output_shape(job, rows, &out_width, &out_rows, &padded);
     check(documented(code), "undocumented output_shape result", std::to_string(code));
     if (code != 0) return {code, "output_shape", halftone_job_error(job), {}};
-    check(row_bytes == (std::size_t{out_width} * static_cast<std::size_t>(bits) + 7) / 8,
-          "output row size", std::to_string(row_bytes) + " for width " + std::to_string(out_width));
+    check(padded == halftone_row_bytes(out_width, bits), "output row size",
+          std::to_string(padded) + " for width " + std::to_string(out_width));
+    // The least stride: the bytes the row's pixels fill.
+    const std::size_t row_bytes = (std::size_t{out_width} * static_cast<std::size_t>(bits) + 7) / 8;
 
     Bytes band(source_stride * rows * page.planes, 0);
     for (std::size_t r = 0; r < std::size_t{rows} * page.planes; ++r)
@@ -159,7 +163,6 @@ inline Outcome run_page(halftone_job* job, int bits, Page const& page,
     if (code != 0) return {code, "band", halftone_job_error(job), {}};
     check(dots.back() == kGuard, "a byte past the output was written");
 
-    const std::size_t padded = halftone_row_bytes(out_width, bits);
     const std::size_t used_bits = std::size_t{out_width} * static_cast<std::size_t>(bits);
     for (std::size_t r = 0; r < out_lines; ++r) {
       unsigned char const* row = dots.data() + r * dots_stride;
