@@ -203,6 +203,7 @@ class Checker:
         self.work = tempfile.mkdtemp(prefix="halftone-bad-input-")
         self.failures = []
         self.known = []
+        self.peaks = {}
         self.count = 0
         self.screens = self.program_screens() if args.program else {}
         self.special = self.make_special_files()
@@ -279,6 +280,7 @@ class Checker:
         if left:
             problems.append(f"left in the output folder: {left}")
         peak = result.peak_kib / 1024
+        self.peaks[front] = max(self.peaks.get(front, 0), peak)
         if peak > memory_mib:
             problems.append(f"peak memory {peak:.0f} MiB (limit {memory_mib} MiB)")
         case = f"{front} {name}"
@@ -397,7 +399,8 @@ class Checker:
             print("known gap, " + gap)
         for failure in self.failures:
             print("FAIL " + failure)
-        print(f"{self.count} bad inputs, {len(self.failures)} failures")
+        peaks = ", ".join(f"{front} {peak:.0f} MiB" for front, peak in self.peaks.items())
+        print(f"{self.count} bad inputs, {len(self.failures)} failures; highest peak memory: {peaks}")
         return 1 if self.failures else 0
 
 
