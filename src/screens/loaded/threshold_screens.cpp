@@ -5,6 +5,7 @@
 
 #include "frame/band_lines.h"
 #include "frame/layout.h"
+#include "frame/plane_threads.h"
 #include "frame/state.h"
 #include "frame/threshold_pack.h"
 #include "halftone/result_codes.h"
@@ -92,15 +93,19 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
   const std::uint32_t stride = dot_stride(width);
   const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, stride, false);
   if (width == 0) return 0;
-  ThresholdRing ring;
-  for (std::size_t p = 0; p < planes; ++p) {
-    const std::uint32_t shift = static_cast<std::uint32_t>(p) * 16u;
-    for (std::uint32_t y = 0; y < height; ++y) {
-      ring.assign(stores().ThresholdMatrix8[(shift + y) & 255u], 256);
-      threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, ring, shift,
-                               DotTest::AtMost);
-    }
-  }
+  auto const& matrix = stores().ThresholdMatrix8;
+  for_plane_runs(static_cast<std::uint32_t>(planes), state().threads,
+                 [&](std::uint32_t first, std::uint32_t end) {
+                   ThresholdRing ring;
+                   for (std::uint32_t p = first; p < end; ++p) {
+                     const std::uint32_t shift = p * 16u;
+                     for (std::uint32_t y = 0; y < height; ++y) {
+                       ring.assign(matrix[(shift + y) & 255u], 256);
+                       threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, ring,
+                                                shift, DotTest::AtMost);
+                     }
+                   }
+                 });
   return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "frame/layout.h"
+#include "frame/plane_threads.h"
 #include "frame/state.h"
 #include "frame/threshold_pack.h"
 
@@ -43,10 +44,13 @@ int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32
   if (planes == 0 || width == 0) return 0;
   ThresholdRing rows[16];
   for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(dither_matrix() + r * 16u, 16);
-  for (std::size_t p = 0; p < planes; ++p)
-    for (std::uint32_t y = 0; y < height; ++y)
-      threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, rows[y & 15u], 0,
-                               DotTest::Below);
+  for_plane_runs(static_cast<std::uint32_t>(planes), state().threads,
+                 [&](std::uint32_t first, std::uint32_t end) {
+                   for (std::size_t p = first; p < end; ++p)
+                     for (std::uint32_t y = 0; y < height; ++y)
+                       threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride,
+                                                rows[y & 15u], 0, DotTest::Below);
+                 });
   return 0;
 }
 
