@@ -113,6 +113,10 @@ void to_planes(Colour colour, unsigned char const* s, std::uint32_t width, unsig
 }
 
 void SampleScale::apply(unsigned char const* in, std::uint32_t count, unsigned char* out) const {
+  if (bits == 8 && maxval == 255 && !invert) {  // the common case: bytes as they are
+    if (in != out) std::memmove(out, in, count);
+    return;
+  }
   const std::uint32_t top = std::max<std::uint32_t>(maxval, 1);
   auto scale = [&](std::uint32_t v) {
     const auto byte = static_cast<unsigned char>((std::min(v, top) * 255 + top / 2) / top);
