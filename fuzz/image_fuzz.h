@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -147,6 +148,19 @@ inline void round_trip(FuzzedDataProvider& in, image::Format format, int max_pic
       last = grey_of[code];
     }
   }
+}
+
+// One input of an image fuzz program: the bytes read as a file or a stream,
+// then pictures of `format` written and read back.
+inline void read_and_round_trip(std::uint8_t const* data, std::size_t size,
+                                std::initializer_list<image::Format> formats, int max_pictures) {
+  static Scratch scratch;
+  FuzzedDataProvider in(data, size);
+  const bool as_stream = in.ConsumeBool();
+  const image::Format format =
+      formats.begin()[in.ConsumeIntegralInRange<std::size_t>(0, formats.size() - 1)];
+  read_any(scratch, data, size, as_stream);
+  round_trip(in, format, max_pictures);
 }
 
 }  // namespace halftone::fuzz

@@ -2,12 +2,7 @@
 // picture written as PNG and read back.
 #include "image_fuzz.h"
 
-using namespace halftone;
-
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  static fuzz::Scratch scratch;
-  FuzzedDataProvider in(data, size);
-  fuzz::read_any(scratch, data, size, in.ConsumeBool());
-  fuzz::round_trip(in, image::Format::Png, 1);
+  halftone::fuzz::read_and_round_trip(data, size, {halftone::image::Format::Png}, 1);
   return 0;
 }

@@ -3,12 +3,7 @@
 // read back.
 #include "image_fuzz.h"
 
-using namespace halftone;
-
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  static fuzz::Scratch scratch;
-  FuzzedDataProvider in(data, size);
-  fuzz::read_any(scratch, data, size, in.ConsumeBool());
-  fuzz::round_trip(in, image::Format::Tiff, 3);
+  halftone::fuzz::read_and_round_trip(data, size, {halftone::image::Format::Tiff}, 3);
   return 0;
 }
