@@ -9,9 +9,23 @@
 
 namespace halftone::cups_filter {
 
+namespace {
+
+// A header field of enum type as the number the stream held: any value may
+// arrive, and only the enum's own values may be read as the enum.
+template <class Enum>
+unsigned raw_value(Enum const& field) {
+  static_assert(sizeof(Enum) == sizeof(unsigned));
+  unsigned v;
+  std::memcpy(&v, &field, sizeof v);
+  return v;
+}
+
+}  // namespace
+
 std::string read_input_page(cups_page_header2_t const& header, InputPage& page) {
   page = InputPage{};
-  switch (header.cupsColorSpace) {
+  switch (raw_value(header.cupsColorSpace)) {
     case CUPS_CSPACE_K:
       page.planes = 1;
       page.ink = true;
@@ -26,13 +40,13 @@ std::string read_input_page(cups_page_header2_t const& header, InputPage& page) 
       page.ink = true;
       break;
     default:
-      return "colour space " + std::to_string(static_cast<unsigned>(header.cupsColorSpace)) +
+      return "colour space " + std::to_string(raw_value(header.cupsColorSpace)) +
              " cannot be screened; the filter reads K, W, SW and CMYK pages";
   }
   if (header.cupsBitsPerColor != 8)
     return "pages of " + std::to_string(header.cupsBitsPerColor) +
            " bits per colour cannot be screened; the filter reads 8-bit pages";
-  switch (header.cupsColorOrder) {
+  switch (raw_value(header.cupsColorOrder)) {
     case CUPS_ORDER_CHUNKED:
       page.chunky = true;
       break;
@@ -44,7 +58,7 @@ std::string read_input_page(cups_page_header2_t const& header, InputPage& page) 
       if (page.planes == 1) break;
       return "planar CMYK pages cannot be screened line by line; use chunky or banded order";
     default:
-      return "unknown colour order " + std::to_string(static_cast<unsigned>(header.cupsColorOrder));
+      return "unknown colour order " + std::to_string(raw_value(header.cupsColorOrder));
   }
   if (header.cupsWidth == 0 || header.cupsWidth > kMaxWidth || header.cupsHeight == 0)
     return "the page is " + std::to_string(header.cupsWidth) + " x " +

@@ -1,7 +1,5 @@
 // The C API: the registry's rows, and screening jobs that own their state.
 
-#include "frame/exported.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -17,6 +15,7 @@
 #include "exports/data_checks.h"
 #include "exports/registry.h"
 #include "frame/data_folder.h"
+#include "frame/exported.h"
 #include "frame/layout.h"
 #include "frame/state.h"
 #include "frame/tone_curves.h"
@@ -188,6 +187,9 @@ int halftone_job::prepare() {
   namespace l = halftone::loaded;
   halftone::ActiveState active(state);
   if (reads(HALFTONE_NEEDS_TONE_CURVES) || reads(HALFTONE_NEEDS_LEVELS)) {
+    std::string why;
+    if (const int code = halftone::check_tone_file(halftone::data_path("ToneAry.ham"), why))
+      return fail(code, why);
     const std::string text =
         levels.empty() && info().levels > 0 ? even_levels(info().levels) : levels;
     halftone::apply_tone_setup(mode, text.c_str());
@@ -263,7 +265,10 @@ int halftone_job::band(unsigned char const* source, std::size_t source_stride, u
     const int code = prepare();
     if (code != HALFTONE_OK) return code;
   }
-  if (rows == 0) return HALFTONE_OK;
+  if (rows == 0) {
+    error.clear();
+    return HALFTONE_OK;
+  }
 
   const std::size_t lib_source = halftone::source_stride(width);
   const std::size_t lib_dots = halftone::output_stride(*screen, out_width);

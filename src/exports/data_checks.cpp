@@ -55,10 +55,11 @@ int check_pattern_bank(std::string const& path, int width, int height, int bits,
   const std::uintmax_t have = std::filesystem::file_size(path, error);
   const std::uintmax_t need =
       256ull * static_cast<unsigned>(height) * static_cast<unsigned>(width * bits / 8);
-  if (error || have < need) {
+  if (error || have != need) {
     why = path + " holds " + std::to_string(have) + " bytes; 256 patterns of " +
           std::to_string(width) + " x " + std::to_string(height) + " at " + std::to_string(bits) +
-          " bit" + (bits == 1 ? "" : "s") + " a pixel need " + std::to_string(need);
+          " bit" + (bits == 1 ? "" : "s") + " a pixel take " + std::to_string(need) +
+          " (is \"pattern-size\" the bank's own?)";
     return HALFTONE_ERR_BAD_DATA;
   }
   return HALFTONE_OK;
@@ -114,6 +115,18 @@ int check_blocks(std::string const& path, std::string& why) {
   }
   if (file.size() < 2 || file[file.size() - 2] != '\r' || file.back() != '\n') {
     why = path + ": the threshold-block file must end with a CR LF line end";
+    return HALFTONE_ERR_BAD_DATA;
+  }
+  return HALFTONE_OK;
+}
+
+int check_tone_file(std::string const& path, std::string& why) {
+  std::error_code error;
+  if (!std::filesystem::exists(path, error)) return HALFTONE_OK;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  if (error || size == 0 || size % 256 != 0 || size > 15 * 256) {
+    why = path + ": a tone-curve file holds 1 to 15 curves of 256 bytes; this one has " +
+          (error ? std::string("no readable size") : std::to_string(size) + " bytes");
     return HALFTONE_ERR_BAD_DATA;
   }
   return HALFTONE_OK;

@@ -12,5 +12,8 @@ int check_pattern_bank(std::string const& path, int width, int height, int bits,
 int check_bmp(std::string const& path, std::string& why);
 // Decimal numbers separated by white space, ending with a CR LF.
 int check_blocks(std::string const& path, std::string& why);
+// A tone-curve file of 1 to 15 whole curves of 256 bytes; no file at all is
+// fine (the compiled-in curves stay).
+int check_tone_file(std::string const& path, std::string& why);
 
 }  // namespace halftone

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "halftone/c_api.h"
+#include "frame/exported.h"  // the C API, with default visibility wherever it is first seen
 
 namespace halftone {
 

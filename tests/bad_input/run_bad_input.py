@@ -155,18 +155,7 @@ PYTHON_OPTION = {"--levels": "levels", "--mode": "mode", "--seed-time": "seed_ti
 # Cases the front ends still accept, each with where the fix belongs. They are
 # listed on every run; one that starts being refused fails the run until it
 # is taken off this list.
-_OVERSIZED_BANK = ("the library takes a pattern bank larger than 256 patterns of the size and "
-                   "reads its first part (a bank of another size is misread without a word): "
-                   "src/exports/data_checks.cpp, check_pattern_bank")
-_TONE_FILE = ("the library screens with an empty, short or foreign ToneAry.ham as if the "
-              "curves were there: the job's tone setup ignores the curve file's load "
-              "(src/exports/c_api.cpp, halftone_job::prepare)")
-KNOWN = {
-    "program --pattern @big": _OVERSIZED_BANK,
-    "python --pattern @big": _OVERSIZED_BANK,
-    **{f"{front} --data tone/{name}": _TONE_FILE
-       for front in ("program", "python") for name in ("empty", "cut", "not_curves")},
-}
+KNOWN = {}
 CRASH = re.compile(r"Traceback|terminate called|Sanitizer|runtime error|Segmentation|core dumped")
 
 

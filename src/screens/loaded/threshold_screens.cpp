@@ -91,7 +91,10 @@ std::uint32_t row_counter(std::uint32_t plane) {
 int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                      std::uint32_t height, std::uint32_t control) {
   const std::uint32_t stride = dot_stride(width);
-  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, stride, false);
+  const PlaneCall call(source, dots, width, height, control, stride, false);
+  const std::size_t planes = call.planes;
+  auto const& src = call.src;
+  auto const& out = call.out;
   if (width == 0) return 0;
   auto const& matrix = stores().ThresholdMatrix8;
   for_plane_runs(static_cast<std::uint32_t>(planes), state().threads,
@@ -113,7 +116,10 @@ int clustered_threshold(unsigned char const* source, unsigned char* dots, std::u
                         std::uint32_t height, std::uint32_t control) {
   static const ClusterLimits limits(ClusterMatrixA);
   const std::uint32_t stride = dot_stride(width);
-  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, stride, false);
+  const PlaneCall call(source, dots, width, height, control, stride, false);
+  const std::size_t planes = call.planes;
+  auto const& src = call.src;
+  auto const& out = call.out;
   for (std::size_t p = 0; p < planes; ++p) {
     for (std::uint32_t y = 0; y < height; ++y)
       threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, limits.rows[y & 15u], 0,

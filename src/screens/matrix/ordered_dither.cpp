@@ -40,7 +40,10 @@ int build_dither_matrix() {
 int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                    std::uint32_t height, std::uint32_t control) {
   const std::uint32_t stride = dot_stride(width);
-  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, stride, false);
+  const PlaneCall call(source, dots, width, height, control, stride, false);
+  const std::size_t planes = call.planes;
+  auto const& src = call.src;
+  auto const& out = call.out;
   if (planes == 0 || width == 0) return 0;
   ThresholdRing rows[16];
   for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(dither_matrix() + r * 16u, 16);
