@@ -1,5 +1,8 @@
 // The C API: the registry's rows, and screening jobs that own their state.
 
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -15,7 +18,6 @@
 #include "exports/data_checks.h"
 #include "exports/registry.h"
 #include "frame/data_folder.h"
-#include "frame/exported.h"
 #include "frame/layout.h"
 #include "frame/state.h"
 #include "frame/tone_curves.h"

@@ -1,7 +1,9 @@
 // Export table: the damped and noise-table diffusion screens, each its rule on
 // the band engine. Members without rules of their own run their nearest
 // sibling's.
-#include "frame/exported.h"  // before any other declaration of the entry points
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "frame/band_engine.h"
 #include "screens/damped/policies.h"
 

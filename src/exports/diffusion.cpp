@@ -1,5 +1,7 @@
 // Export table: the error-diffusion screens, each its rule on the band engine.
-#include "frame/exported.h"  // before any other declaration of the entry points
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "frame/band_engine.h"
 #include "screens/diffusion/policies.h"
 

@@ -1,6 +1,8 @@
 // Export table: tone setup. (The extensions pin_seed_time, unpin_seed_time
 // and set_data_folder are defined beside the generator and the data folder.)
-#include "frame/exported.h"  // before any other declaration of the entry points
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "frame/no_memory.h"
 #include "frame/tone_curves.h"
 

@@ -1,8 +1,10 @@
 // Export table: the screen data loaders, the pattern and threshold screens,
 // and the block-offset screens (their rules on the band engine).
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include <string>
 
-#include "frame/exported.h"  // before any other declaration of the entry points
 #include "frame/band_engine.h"
 #include "frame/data_folder.h"
 #include "frame/no_memory.h"

@@ -1,5 +1,7 @@
 // Export table: the built-in dither matrix and the plain ordered dither.
-#include "frame/exported.h"  // before any other declaration of the entry points
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "screens/matrix/ordered_dither.h"
 
 namespace m = halftone::matrix;

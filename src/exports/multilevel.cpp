@@ -1,6 +1,8 @@
 // Export table: the multi-level screens (two-bit and four-bit dot codes), each
 // its rule on the band engine.
-#include "frame/exported.h"  // before any other declaration of the entry points
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "frame/band_engine.h"
 #include "screens/multilevel/policies.h"
 

@@ -1,5 +1,7 @@
 // Export table: the single-plane utilities, job pacing and the constant entries.
-#include "frame/exported.h"  // before any other declaration of the entry points
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "frame/no_memory.h"
 #include "utilities/entries.h"
 #include "utilities/pacing.h"

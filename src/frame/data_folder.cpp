@@ -1,8 +1,10 @@
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "frame/data_folder.h"
 
 #include <mutex>
 
-#include "frame/exported.h"  // before any other declaration of the extensions
 #include "frame/no_memory.h"
 #include "frame/state.h"
 

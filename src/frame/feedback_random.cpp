@@ -1,9 +1,11 @@
+// clang-format off
+#include "frame/exported.h"  // first: the exported declarations with default visibility
+// clang-format on
 #include "frame/feedback_random.h"
 
 #include <atomic>
 #include <ctime>
 
-#include "frame/exported.h"  // before any other declaration of the extensions
 #include "frame/state.h"
 
 namespace halftone {
