@@ -64,7 +64,8 @@ int main(int argc, char** argv) {
   dots = calloc(stride, height);
   for (y = 0; y < height && status == 0; y += band) {
     unsigned rows = height - y < band ? height - y : band;
-    status = halftone_job_band(job, page + (size_t)y * width, width, dots + y * stride, stride, rows);
+    status =
+        halftone_job_band(job, page + (size_t)y * width, width, dots + y * stride, stride, rows);
   }
   if (status == 0) status = halftone_job_finish(job);
   if (status != 0) {
