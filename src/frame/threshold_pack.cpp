@@ -15,7 +15,9 @@ namespace halftone {
 void ThresholdRing::assign(std::uint8_t const* thresholds, std::uint32_t period) {
   period_ = period == 0 || period > 256 ? 256 : period;
   std::memcpy(entries_, thresholds, period_);
-  for (std::uint32_t i = period_; i < period_ + 32; ++i) entries_[i] = entries_[i - period_];
+  // The first 32 entries again, the period repeated as often as it takes.
+  for (std::uint32_t i = period_; i < period_ + 32; i += period_)
+    std::memcpy(entries_ + i, entries_, period_ < 32 ? period_ : 32);
 }
 
 namespace {

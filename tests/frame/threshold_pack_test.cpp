@@ -15,7 +15,7 @@ TEST(ThresholdPack, EveryPathMatchesThePixelRule) {
   const std::uint32_t widths[] = {0, 1, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100, 4960};
   for (VectorPath path : {VectorPath::Best, VectorPath::Sse2, VectorPath::Plain})
     for (DotTest test : {DotTest::Below, DotTest::AtMost})
-      for (std::uint32_t period : {16u, 256u})
+      for (std::uint32_t period : {1u, 2u, 8u, 16u, 32u, 256u})
         for (std::uint32_t width : widths) {
           const std::uint32_t shift = gen() % 512;
           SCOPED_TRACE(testing::Message()

@@ -99,15 +99,16 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
   auto const& matrix = stores().ThresholdMatrix8;
   for_plane_runs(static_cast<std::uint32_t>(planes), state().threads,
                  [&](std::uint32_t first, std::uint32_t end) {
+                   // Row after row across the run's planes: the source is
+                   // read in the order it is stored.
                    ThresholdRing ring;
-                   for (std::uint32_t p = first; p < end; ++p) {
-                     const std::uint32_t shift = p * 16u;
-                     for (std::uint32_t y = 0; y < height; ++y) {
+                   for (std::uint32_t y = 0; y < height; ++y)
+                     for (std::uint32_t p = first; p < end; ++p) {
+                       const std::uint32_t shift = p * 16u;
                        ring.assign(matrix[(shift + y) & 255u], 256);
                        threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, ring,
                                                 shift, DotTest::AtMost);
                      }
-                   }
                  });
   return 0;
 }

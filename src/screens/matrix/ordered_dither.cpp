@@ -49,8 +49,10 @@ int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32
   for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(dither_matrix() + r * 16u, 16);
   for_plane_runs(static_cast<std::uint32_t>(planes), state().threads,
                  [&](std::uint32_t first, std::uint32_t end) {
-                   for (std::size_t p = first; p < end; ++p)
-                     for (std::uint32_t y = 0; y < height; ++y)
+                   // Row after row across the run's planes: the source is
+                   // read in the order it is stored.
+                   for (std::uint32_t y = 0; y < height; ++y)
+                     for (std::size_t p = first; p < end; ++p)
                        threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride,
                                                 rows[y & 15u], 0, DotTest::Below);
                  });
