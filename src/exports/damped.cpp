@@ -22,23 +22,23 @@ int suiruiskao2(unsigned char* source, unsigned char* dots, unsigned int width, 
 }
 int suiruiskao3(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
-  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+  return suiruiskao(source, dots, width, height, control);
 }
 int suiruiskao4(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
-  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+  return suiruiskao(source, dots, width, height, control);
 }
 int suiruiskao5(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
-  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+  return suiruiskao(source, dots, width, height, control);
 }
 int suiruiskao6(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
-  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+  return suiruiskao(source, dots, width, height, control);
 }
 int suiruiskao7(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
-  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+  return suiruiskao(source, dots, width, height, control);
 }
 int suiruiskao8(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
@@ -47,11 +47,11 @@ int suiruiskao8(unsigned char* source, unsigned char* dots, unsigned int width, 
 }
 int suiruiskao9(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
-  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+  return suiruiskao(source, dots, width, height, control);
 }
 int suiruiskao10(unsigned char* source, unsigned char* dots, unsigned int width,
                  unsigned int height, unsigned int control) noexcept {
-  return screen(d::RandomRuns{}, damped_lines(), source, dots, width, height, control);
+  return suiruiskao(source, dots, width, height, control);
 }
 int suiruiskao11(unsigned char* source, unsigned char* dots, unsigned int width,
                  unsigned int height, unsigned int control) noexcept {
@@ -70,6 +70,5 @@ int sdiufiavs3(unsigned char* source, unsigned char* dots, unsigned int width, u
 }
 int sdiufiavs4(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                unsigned int control) noexcept {
-  return screen(d::ToneBanded<d::Band31Rules>{}, shared_lines(), source, dots, width, height,
-                control);
+  return sdiufiavs3(source, dots, width, height, control);
 }

@@ -28,11 +28,15 @@ struct DataFile {
   char const* c_str() const { return name ? path.c_str() : nullptr; }
 };
 
-// The one-bit output of a screen call, cleared when it runs out of memory.
-halftone::CallOutput one_bit(unsigned char* dots, std::uint32_t width, std::uint32_t height,
-                             unsigned int control) {
-  return {dots, std::size_t{halftone::ScreenControl(control).planes} * halftone::dot_stride(width) *
-                    height};
+// A screen without carried lines, its output cleared if it runs out of memory.
+template <int (*Rule)(unsigned char const*, unsigned char*, std::uint32_t, std::uint32_t,
+                      std::uint32_t),
+          unsigned kBits = 1>
+int guarded(unsigned char* source, unsigned char* dots, std::uint32_t width, std::uint32_t height,
+            unsigned int control) noexcept {
+  const std::size_t size = std::size_t{halftone::ScreenControl(control).planes} *
+                           halftone::engine::out_stride(kBits, width) * height;
+  return or_no_memory([&] { return Rule(source, dots, width, height, control); }, {dots, size});
 }
 
 }  // namespace
@@ -69,48 +73,32 @@ int PuaningFaAM(char const*, int, int) noexcept { return 0; }
 
 int Sonicksure(unsigned char* source, unsigned char* dots, int width, int height,
                unsigned int control) noexcept {
-  return or_no_memory(
-      [&] {
-        return l::geometry_pattern_screen(source, dots, extent(width), extent(height), control);
-      },
-      one_bit(dots, extent(width), extent(height), control));
+  return guarded<l::geometry_pattern_screen>(source, dots, extent(width), extent(height), control);
 }
 int MutexWindow(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
                 unsigned int control) noexcept {
-  return or_no_memory([&] { return l::fixed_pattern_screen(source, dots, width, height, control); },
-                      one_bit(dots, width, height, control));
+  return guarded<l::fixed_pattern_screen>(source, dots, width, height, control);
 }
 int MutexWindow_Bak(unsigned char* source, unsigned char* dots, unsigned int width,
                     unsigned int height, unsigned int control) noexcept {
-  return or_no_memory([&] { return l::fixed_pattern_screen(source, dots, width, height, control); },
-                      one_bit(dots, width, height, control));
+  return guarded<l::fixed_pattern_screen>(source, dots, width, height, control);
 }
 int TextDownload(unsigned char* source, unsigned char* dots, int width, int height,
                  unsigned int control) noexcept {
-  return or_no_memory(
-      [&] {
-        return l::fixed_pattern2_screen(source, dots, extent(width), extent(height), control);
-      },
-      one_bit(dots, extent(width), extent(height), control));
+  return guarded<l::fixed_pattern2_screen, 2>(source, dots, extent(width), extent(height), control);
 }
 int WindowText(unsigned char* source, unsigned char* dots, int width, int height,
                unsigned int control) noexcept {
-  return or_no_memory(
-      [&] { return l::matrix_threshold(source, dots, extent(width), extent(height), control); },
-      one_bit(dots, extent(width), extent(height), control));
+  return guarded<l::matrix_threshold>(source, dots, extent(width), extent(height), control);
 }
 int WindowTextAM1(unsigned char* source, unsigned char* dots, unsigned int width,
                   unsigned int height, unsigned int control) noexcept {
-  return or_no_memory([&] { return l::clustered_threshold(source, dots, width, height, control); },
-                      one_bit(dots, width, height, control));
+  return guarded<l::clustered_threshold>(source, dots, width, height, control);
 }
 int WindowTextAM(unsigned char* source, unsigned char* dots, int width, int height,
                  unsigned int control) noexcept {
-  return or_no_memory(
-      [&] {
-        return l::clustered_threshold_lines(source, dots, extent(width), extent(height), control);
-      },
-      one_bit(dots, extent(width), extent(height), control));
+  return guarded<l::clustered_threshold_lines>(source, dots, extent(width), extent(height),
+                                               control);
 }
 
 int CrisixOut(unsigned char* source, unsigned char* dots, unsigned int width, unsigned int height,
