@@ -31,6 +31,9 @@ struct PatternTile {
   Modulus tile_width;   // pixels: px = x mod tile width
   Modulus tile_height;  // rows: py = y mod tile height
   Modulus row_bytes;    // whole-byte copies wrap after this many bytes
+  // The run masks the last pattern load left, read once a call.
+  std::uint8_t const* head_masks = stores().RunHeadMasks;
+  std::uint8_t const* tail_masks = stores().RunTailMasks;
 };
 
 // One output row. `Shift` is 3 for eight pixels a byte, 2 for four.
@@ -72,8 +75,8 @@ class RowRenderer {
     const std::uint64_t k = px0 & kInByte;
     if (k != 0) {
       // The run starts inside a byte: merge with the bits already placed.
-      auto b = static_cast<std::uint8_t>(carry_ | (prow[px0 >> Shift] & stores().RunHeadMasks[k]));
-      if (len < static_cast<std::int64_t>(kPerByte - k)) b &= stores().RunTailMasks[k + len];
+      auto b = static_cast<std::uint8_t>(carry_ | (prow[px0 >> Shift] & tile_.head_masks[k]));
+      if (len < static_cast<std::int64_t>(kPerByte - k)) b &= tile_.tail_masks[k + len];
       out_[x0 >> Shift] = b;
       carry_ = b;
       x0 += kPerByte - k;
@@ -102,7 +105,7 @@ class RowRenderer {
     // is not a multiple of 8) and the run ends the row; nothing is written
     // there, as the row has no further runs to merge with it.
     carry_ = static_cast<std::uint8_t>(prow[tile_.row_bytes(end >> Shift)] &
-                                       stores().RunTailMasks[end & kInByte]);
+                                       tile_.tail_masks[end & kInByte]);
     const std::uint64_t at = (x0 + rest) >> Shift;
     if (at < out_bytes_) out_[at] = carry_;
   }
