@@ -18,11 +18,9 @@ bool same(RandomTable const& a, RandomTable const& b) {
 }
 
 TEST(RandomJump, EqualsSingleDraws) {
-  // Around the table's length and its multiples, where front and rear wrap,
-  // and counts of a plane band of a wide page.
-  const std::uint64_t counts[] = {
-      0,  1,  2,  3,  4,  27,  28,   29,   30,    31,          32,
-      33, 61, 62, 63, 93, 310, 1000, 4960, 65537, 4960u * 64u, 4960u * 64u * 3u + 7u};
+  // Around the table length and its multiples, and a wide page's plane band.
+  const std::uint64_t counts[] = {0,  1,  2,  27, 28, 29,   30,    31,
+                                  32, 61, 62, 63, 93, 1000, 65537, 4960u * 64u * 3u + 7u};
   for (std::uint32_t seed : {0u, 1u, 1700000000u}) {
     for (int offset : {0, 5, 29}) {
       FeedbackRandom start;
@@ -40,7 +38,6 @@ TEST(RandomJump, EqualsSingleDraws) {
 }
 
 TEST(RandomJump, FromThePublishedTableAndRepeated) {
-  // The unseeded table, a precomputed jump applied again and again.
   FeedbackRandom stepped;
   RandomTable jumped = table_of(stepped);
   const RandomJump step(1234);
@@ -52,18 +49,16 @@ TEST(RandomJump, FromThePublishedTableAndRepeated) {
 }
 
 TEST(RandomJump, LargeCountsCompose) {
-  // Counts far beyond stepping: jumps of a and b together are one jump of a + b.
   FeedbackRandom rng;
   rng.seed(42);
   const RandomTable start = table_of(rng);
   struct Case {
     std::uint64_t a, b;
   };
-  for (Case c : {Case{1ull << 40, 12345}, Case{(1ull << 63) - 1, 1}, Case{987654321987ull, 31},
+  for (Case c : {Case{1ull << 40, 12345}, Case{(1ull << 63) - 1, 1},
                  Case{(1ull << 62) + 3, (1ull << 62) + 5}}) {
     SCOPED_TRACE(testing::Message() << c.a << " + " << c.b);
     EXPECT_TRUE(same(jump(jump(start, c.a), c.b), jump(start, c.a + c.b)));
-    EXPECT_TRUE(same(jump(jump(start, c.b), c.a), jump(start, c.a + c.b)));
   }
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 TEST(ThresholdPack, EveryPathMatchesThePixelRule) {
   std::mt19937 gen(11);
-  const std::uint32_t widths[] = {0, 1, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100, 4960};
+  const std::uint32_t widths[] = {0, 1, 7, 8, 9, 16, 17, 31, 32, 33, 64, 65, 4960};
   for (VectorPath path : {VectorPath::Best, VectorPath::Sse2, VectorPath::Plain})
     for (DotTest test : {DotTest::Below, DotTest::AtMost})
       for (std::uint32_t period : {1u, 2u, 8u, 16u, 32u, 256u})
@@ -25,8 +25,7 @@ TEST(ThresholdPack, EveryPathMatchesThePixelRule) {
           for (auto& t : thresholds) t = static_cast<std::uint8_t>(gen());
           thresholds[0] = 0;
           thresholds[period - 1] = 255;
-          // The source row exactly as long as the row, so a read past it is
-          // caught by the sanitizers; greys include both ends.
+          // Exactly as long as the row, so sanitizers catch an overread.
           std::vector<unsigned char> grey(width);
           for (auto& v : grey)
             v = static_cast<unsigned char>(gen() % 4 == 0 ? 255 * (gen() & 1) : gen());

