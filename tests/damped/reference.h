@@ -1,5 +1,4 @@
-// A plain model of the damped and noise-table screens: their rules on the
-// shared serpentine. The tests compare the library with it byte for byte.
+// A plain model of the damped and noise-table screens on the shared serpentine.
 #pragma once
 #include <algorithm>
 #include <cstdint>

@@ -22,7 +22,6 @@ struct Rules {
   bool white_rule, inverted, push;
 };
 
-// The table screens' rules, by Kind.
 constexpr Rules kRules[] = {
     {1, "e0", "0e", "e0", "0e", "0e", true, "0e", "00", false, false, false},
     {1, "0e", "e0", "0e", "e0", "TT", true, "e0", "0e", false, false, false},

@@ -1,5 +1,4 @@
-// A plain model of the multi-level screens: their code tables and error
-// splits on the shared serpentine. The library must agree with it byte for byte.
+// A plain model of the multi-level screens on the shared serpentine.
 #pragma once
 #include <array>
 #include <cstdint>

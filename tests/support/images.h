@@ -43,8 +43,7 @@ inline std::vector<unsigned char> make_source(std::uint32_t width, std::uint32_t
   return v;
 }
 
-// An output buffer with guard bytes after the output proper, pre-filled with
-// a pattern so that a missed clear or a stray write shows.
+// An output buffer, pre-filled, with guard bytes after it.
 struct Output {
   static constexpr std::size_t kGuard = 64;
   std::vector<unsigned char> bytes;

@@ -1,6 +1,4 @@
-// Helpers for comparing banded screens with plain per-pixel models: a copy of
-// the library's generator written from its rules, 16-bit storage, and a driver
-// that runs random multi-plane banded jobs through a screen and its model.
+// Comparing banded screens with plain per-pixel models on random jobs.
 #pragma once
 #include <gtest/gtest.h>
 
@@ -31,11 +29,9 @@ std::vector<unsigned char> threshold_model(std::vector<unsigned char> const& src
   return out;
 }
 
-// The offset screens' models on the shared serpentine, on lines of T that
-// hold error only: a pixel's `pixel(line value, grey, x, y, ltr, output row)`
-// writes its dot or code and returns its shares {along, down}; a cell of the
-// row below row y - 1 starts from `base(y, x)`; only a right-to-left last
-// row's shares down reach the carry.
+// The offset screens' models on error-only lines: `pixel(value, grey, x, y,
+// ltr, output row)` writes its dot or code and returns {along, down}; cells of
+// row y start from `base(y, x)`; only a right-to-left last row fills the carry.
 template <class T>
 struct Serpentine : SerpentineModel {
   template <class Pixel, class Base>
@@ -60,9 +56,7 @@ using ScreenFn =
 using ModelFn = std::function<void(unsigned char const*, unsigned char*, std::uint32_t,
                                    std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)>;
 
-// A random job's shape. Ragged jobs may also start with a stray band or end
-// on an odd one, and have bands with no rows or columns, or with more columns
-// than the lines held.
+// A random job's shape; ragged jobs also have stray, empty and wider bands.
 struct Job {
   std::uint32_t planes, width, bands, height;  // height 0: 1-20 rows a band
   Fill fill;
@@ -70,8 +64,6 @@ struct Job {
   bool ragged;
 };
 
-// 1 to `planes` planes (ragged: sometimes none), widths 1 to `width`, 1 to
-// `bands` bands, a random fill and grey.
 inline Job random_job(std::mt19937& gen, std::uint32_t planes, std::uint32_t width,
                       std::uint32_t bands, bool ragged) {
   const std::uint32_t p = ragged && gen() % 16 == 0 ? 0 : 1 + gen() % planes;
@@ -79,10 +71,9 @@ inline Job random_job(std::mt19937& gen, std::uint32_t planes, std::uint32_t wid
   return {p, w, b, 0, static_cast<Fill>(gen() % 5), static_cast<unsigned char>(gen()), ragged};
 }
 
-// Random jobs, band positions 1, then 2 or 0, then 3, run band by band through
-// `screen` and `model`, each band on a newly pinned clock, in tone mode -1 to
-// 18 unless `shape` selects another; `agree`, if given, checks further state
-// after each band. The clock is unpinned and tone mode 0 selected afterwards.
+// Random jobs run band by band through `screen` and `model`, each band on a
+// newly pinned clock, in a random tone mode unless `shape` sets one; `agree`
+// checks further state after each band.
 inline void compare_jobs(ScreenFn const& screen, ModelFn const& model,
                          std::function<Job(std::mt19937&)> const& shape, int jobs,
                          std::uint32_t seed, int bits = 1,
@@ -118,8 +109,7 @@ inline void compare_jobs(ScreenFn const& screen, ModelFn const& model,
   Itsdiufiavs(0, "");
 }
 
-// Ordinary jobs of up to four planes and 300 columns; `prepare` fills the
-// data stores for each.
+// Ordinary jobs; `prepare` fills the data stores for each.
 inline void compare_random_jobs(ScreenFn const& screen, ModelFn const& model,
                                 std::function<void(std::mt19937&)> const& prepare, int jobs,
                                 std::uint32_t seed, int bits = 1) {

@@ -1,9 +1,6 @@
-// The serpentine band written out with ordinary loops, for the plain models of
-// the diffusing screens: each plane's rows run on two lines in alternating
-// directions (row 0 left to right unless a row rule says otherwise), a
-// pixel's rule decides its dot or code and splits its error ahead along the
-// row and down, and the band's last row sends its shares down into a carry
-// line that the next band's first row adds in.
+// The serpentine band in plain loops for the diffusing screens' models: a
+// pixel's rule decides its dot or code and splits its error ahead and down;
+// the band's last row sends its shares down into the next band's carry.
 #pragma once
 #include <cstdint>
 #include <type_traits>
@@ -17,8 +14,6 @@ namespace halftone::test {
 // What a 16-bit line cell keeps of a value.
 inline std::int32_t w16(std::int64_t v) { return static_cast<std::int16_t>(v & 0xFFFF); }
 
-// A pixel inside a row or at its end (the last in the row's direction), in an
-// ordinary row or the band's last.
 enum class Role { Inner, RowEnd, LastInner, LastEnd };
 
 struct Pixel {
@@ -29,9 +24,7 @@ struct Pixel {
   bool row_end() const { return role == Role::RowEnd || role == Role::LastEnd; }
 };
 
-// A rule's answer: the dot (1) or code written, the share added to the next
-// cell along the row (dropped at a row's end), and the share down: into the
-// cell below, or on the band's last row into the carry.
+// A rule's answer: the code written and the shares ahead and down (or carried).
 template <class T>
 struct Outcome {
   std::uint32_t code;

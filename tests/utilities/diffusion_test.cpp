@@ -1,5 +1,4 @@
-// The single-plane utilities against plain models, byte for byte, and cases
-// worked by hand from their rules.
+// The single-plane utilities against plain models and by hand.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -76,9 +75,8 @@ TEST(Utilities, OrientedMatchTheModelOnRandomImages) {
   unpin_seed_time();
 }
 
-// Twice each: the row bits run on across calls. The screening generator was
-// reseeded and drawn once a pixel of the last row but the final one, by the
-// reseeded variant only.
+// Twice each: the row bits run on across calls; only the reseeded variant
+// reseeds and draws the screening generator.
 TEST(Utilities, NoiseMatchesTheModelAndRunsOnAcrossCalls) {
   std::mt19937 gen(5);
   for (int round = 0; round < 60; ++round) {
@@ -104,12 +102,8 @@ TEST(Utilities, NoiseMatchesTheModelAndRunsOnAcrossCalls) {
   unpin_seed_time();
 }
 
-// Flat tone tables. 1 x 1 shows the dot tests: below 129 for the oriented
-// screens; above 127 for the plain noise's final pixel, inverted; below 129
-// throughout the reseeded variant's last row. On black every pixel is a dot
-// but that final one; fdxin324c places its turned rows' bits counted from the
-// least significant end, aligned by the height. Empty sizes give nothing and
-// draw nothing.
+// Flat tone tables: 1 x 1 shows the dot tests, black the row ends and turns;
+// empty sizes give nothing and draw nothing.
 TEST(Utilities, ByHand) {
   struct Case {
     int first, last;  // screens as run() numbers them
