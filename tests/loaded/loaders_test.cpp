@@ -52,26 +52,6 @@ TEST(PatternLoaders, ResultCodesAndWhatTheyLeaveBehind) {
   }
 }
 
-// The two-bit load then clears row bytes x height bytes of the white slot
-// at its 64-byte row pitch: storage rows 0..15 of a 64 x 64 load.
-TEST(PatternLoaders, TwoBitLoadClearsAFixedByteCountOfTheWhiteSlot) {
-  DataFolder folder;
-  const Bytes file = random_bytes(256 * 64 * 16, 5);
-  folder.write("p2", file);
-  std::memset(stores().TonePatternBank2, 0xEE, sizeof stores().TonePatternBank2);
-  ASSERT_EQ(NingJing("p2", 64, 64), 0);
-  EXPECT_EQ(stores().PatternGeometry.row_bytes, 16);
-  const unsigned char head2[8] = {0xFF, 0x3F, 0x0F, 0x03, 0, 0, 0, 0};
-  EXPECT_EQ(0, std::memcmp(stores().RunHeadMasks, head2, 8));
-  for (int r = 0; r < 64; ++r) {
-    const Bytes row(stores().TonePatternBank2[255][r], stores().TonePatternBank2[255][r] + 17);
-    Bytes expected(file.begin() + r * 16, file.begin() + r * 16 + 16);
-    expected.push_back(0xEE);
-    EXPECT_EQ(row, r < 16 ? Bytes(17, 0) : expected) << r;
-  }
-  EXPECT_EQ(0, std::memcmp(stores().TonePatternBank2[254][0], &file[64 * 16], 16));
-}
-
 // A BMP's rows go bottom-up, `width` bytes each with the file's padding read
 // as pixels; rows past 256 and bytes past 256 are read and dropped.
 TEST(BmpLoaders, RowsBottomUpWithoutPaddingAndClippedToTheMatrix) {

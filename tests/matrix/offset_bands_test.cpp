@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <ostream>
+#include <span>
 
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
@@ -20,15 +20,14 @@ struct Screen {
   ScreenFn run;
   bool double_lines;
 };
-void PrintTo(Screen const& s, std::ostream* os) { *os << s.name; }
 
 class BandsTest : public ::testing::TestWithParam<Screen> {
  protected:
   void SetUp() override {
     Itsdiufiavs(4, "");
     std::mt19937 gen(5);
-    for (auto& row : stores().ThresholdOffsetMatrix)
-      for (auto& v : row) v = static_cast<std::int16_t>(gen() % 102) - 50;
+    for (auto& v : std::span(&stores().ThresholdOffsetMatrix[0][0], 256 * 256))
+      v = static_cast<std::int16_t>(gen() % 102) - 50;
     for (auto& v : stores().ThresholdBlockStack) v = static_cast<std::int16_t>(gen() % 201) - 100;
     pin_seed_time(4242);
   }

@@ -103,7 +103,6 @@ TEST(OffsetMatrix, HandWorkedCalls) {
   const Case cases[] = {
       {white, 300, 1, {0, 5, -200}, {{0, 5}, {0, 245}}, {}},
       {{white.begin(), white.begin() + 5}, 1, 1, {3, 0, -200}, {{3, 0}}, {}},
-      {{white.begin(), white.begin() + 5}, 1, 2, {3, 0, -200}, {{3, 0}}, {}},
       {std::vector<unsigned char>(250, 255), 1, 2, {3, 0, -200}, {{3, 0}, {243, 0}}, {}},
       {{255, 255}, 1, 3, {3, 0, -200}, {}, {}},
       // (1,0): 132 - 4 = 128 is a dot (a floor split: 129)
