@@ -1,12 +1,10 @@
-// The job API against the entry points called by hand with the band protocol:
-// the same bytes for every screen, at any strides, with jobs interleaved band
-// by band or run in threads at once; and a clear code for every bad call.
+// The job API against the entry points by hand, for every screen, at any strides,
+// interleaved; planes in threads; a code for every bad call.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "exports/registry.h"
@@ -21,7 +19,6 @@ constexpr std::uint32_t kSeed = 4242;
 constexpr char kLevels4[] = "10,90,160,240";
 constexpr char kLevels8[] = "0,30,70,100,140,180,220,250";
 
-// Data files for every screen that reads one, and tone curves, in one folder.
 struct Data {
   DataFolder folder;
   std::string path(char const* name) const { return (folder.root / "Moths" / name).string(); }
@@ -55,26 +52,23 @@ Data const& data() {
 
 char const* levels_of(Screen const& s) { return s.info.levels == 8 ? kLevels8 : kLevels4; }
 
-// The job's options for a screen: seed time, curves, levels and its data.
 void configure(halftone_job* job, Screen const& s, std::uint32_t seed = kSeed) {
-  ASSERT_EQ(halftone_job_set(job, "seed-time", std::to_string(seed).c_str()), 0);
-  ASSERT_EQ(halftone_job_set(job, "data-folder", data().folder.root.string().c_str()), 0);
-  ASSERT_EQ(halftone_job_set(job, "mode", "2"), 0);
+  auto set = [&](char const* key, std::string const& value) {
+    EXPECT_EQ(halftone_job_set(job, key, value.c_str()), 0)
+        << key << ": " << halftone_job_error(job);
+  };
+  set("seed-time", std::to_string(seed));
+  set("data-folder", data().folder.root.string());
+  set("mode", "2");
   const unsigned n = s.info.needs;
-  if (n & HALFTONE_NEEDS_LEVELS) ASSERT_EQ(halftone_job_set(job, "levels", levels_of(s)), 0);
+  if (n & HALFTONE_NEEDS_LEVELS) set("levels", levels_of(s));
   if (n & HALFTONE_NEEDS_PATTERN)
-    ASSERT_EQ(halftone_job_set(job, "pattern",
-                               data().path(s.info.pattern_width ? "p256.bin" : "p16.bin").c_str()),
-              0);
-  if (n & HALFTONE_NEEDS_PATTERN2)
-    ASSERT_EQ(halftone_job_set(job, "pattern2", data().path("q256.bin").c_str()), 0);
-  if (n & HALFTONE_NEEDS_MATRIX)
-    ASSERT_EQ(halftone_job_set(job, "matrix", data().path("m.bmp").c_str()), 0);
-  if (n & HALFTONE_NEEDS_BLOCKS)
-    ASSERT_EQ(halftone_job_set(job, "blocks", data().path("b.txt").c_str()), 0);
+    set("pattern", data().path(s.info.pattern_width ? "p256.bin" : "p16.bin"));
+  if (n & HALFTONE_NEEDS_PATTERN2) set("pattern2", data().path("q256.bin"));
+  if (n & HALFTONE_NEEDS_MATRIX) set("matrix", data().path("m.bmp"));
+  if (n & HALFTONE_NEEDS_BLOCKS) set("blocks", data().path("b.txt"));
 }
 
-// The same set-up for the entry points, in the process's state.
 void prepare_by_hand(Screen const& s) {
   pin_seed_time(kSeed);
   set_data_folder(data().folder.root.string().c_str());
@@ -130,8 +124,7 @@ Bytes by_hand(Screen const& s, Page p) {
   return out;
 }
 
-// One job over the page at the given strides (0: the library's), with guard
-// bytes after; the bytes past each output row's pixels are checked untouched.
+// One job at the given strides (0: the library's); bytes past each row stay untouched.
 struct JobRun {
   Screen const& s;
   Page const& p;
@@ -164,9 +157,10 @@ struct JobRun {
               0)
         << s.info.id << ": " << halftone_job_error(job);
     y += rows;
-    if (done()) ASSERT_EQ(halftone_job_finish(job), 0);
+    if (done()) {
+      ASSERT_EQ(halftone_job_finish(job), 0);
+    }
   }
-  // The output at the library's strides, guard bytes kept.
   Bytes result() {
     while (!done()) next_band();
     const std::size_t lib = output_stride(s, out_width(s, p));
@@ -189,24 +183,23 @@ TEST(Job, EveryScreenGivesTheEntryPointsBytes) {
     for (auto [w, h, planes, band] : {std::array<std::uint32_t, 4>{37, 23, 3, 7},
                                       std::array<std::uint32_t, 4>{64, 40, 2, 40}}) {
       const Page p = page_for(s, w, h, planes, band, seed++);
-      // The never-reseeded utility generator runs on from call to call, jobs
-      // or not: each run starts it afresh.
+      // The never-reseeded utility generator restarts for each run.
       utility_random() = FeedbackRandom();
       const Bytes expected = by_hand(s, p);
       utility_random() = FeedbackRandom();
-      EXPECT_EQ(JobRun(s, p).result(), expected);
-      // Wider strides on both sides, and the narrowest allowed.
-      utility_random() = FeedbackRandom();
-      EXPECT_EQ(JobRun(s, p, p.width + 13, output_stride(s, out_width(s, p)) + 5).result(),
-                expected);
-      utility_random() = FeedbackRandom();
-      EXPECT_EQ(JobRun(s, p, p.width, (out_width(s, p) * s.info.bits + 7) / 8).result(), expected);
+      // The library's strides, wider ones on both sides, and the narrowest allowed.
+      const std::uint32_t lib = output_stride(s, out_width(s, p));
+      for (auto [ss, ds] : {std::pair<std::size_t, std::size_t>{0, 0},
+                            {p.width + 13, lib + 5},
+                            {p.width, (out_width(s, p) * s.info.bits + 7) / 8}}) {
+        utility_random() = FeedbackRandom();
+        EXPECT_EQ(JobRun(s, p, ss, ds).result(), expected) << ss << " " << ds;
+      }
     }
   }
 }
 
-TEST(Job, InterleavedAndThreadedJobsGiveTheirOwnBytes) {
-  // Jobs of one family side by side, band by band, each equal to itself alone.
+TEST(Job, InterleavedJobsGiveTheirOwnBytes) {
   std::vector<Screen const*> screens;
   for (Screen const& s : registry())
     if (s.info.banding == HALFTONE_BANDING_CARRIED) screens.push_back(&s);
@@ -216,29 +209,52 @@ TEST(Job, InterleavedAndThreadedJobsGiveTheirOwnBytes) {
     pages.push_back(page_for(*s, 45, 30, 2, 6, 99));
     alone.push_back(JobRun(*s, pages.back()).result());
   }
-  {
-    std::vector<std::unique_ptr<JobRun>> runs;
-    for (std::size_t i = 0; i < screens.size(); ++i)
-      runs.push_back(std::make_unique<JobRun>(*screens[i], pages[i]));
-    for (bool more = true; more;) {
-      more = false;
-      for (auto& r : runs)
-        if (!r->done()) r->next_band(), more = true;
-    }
-    for (std::size_t i = 0; i < runs.size(); ++i)
-      EXPECT_EQ(runs[i]->result(), alone[i]) << screens[i]->info.id;
+  std::vector<std::unique_ptr<JobRun>> runs;
+  for (std::size_t i = 0; i < screens.size(); ++i)
+    runs.push_back(std::make_unique<JobRun>(*screens[i], pages[i]));
+  for (bool more = true; more;) {
+    more = false;
+    for (auto& r : runs)
+      if (!r->done()) r->next_band(), more = true;
   }
-  // Every job at once in threads, twice over.
-  std::vector<Bytes> threaded(screens.size() * 2);
-  std::vector<std::thread> threads;
-  for (std::size_t i = 0; i < threaded.size(); ++i)
-    threads.emplace_back([&, i] {
-      const std::size_t k = i % screens.size();
-      threaded[i] = JobRun(*screens[k], pages[k]).result();
-    });
-  for (auto& t : threads) t.join();
-  for (std::size_t i = 0; i < threaded.size(); ++i)
-    EXPECT_EQ(threaded[i], alone[i % screens.size()]) << screens[i % screens.size()]->info.id;
+  for (std::size_t i = 0; i < runs.size(); ++i)
+    EXPECT_EQ(runs[i]->result(), alone[i]) << screens[i]->info.id;
+}
+
+// A four-plane page in bands of 5, 7 and 4 rows with the given threads: every byte.
+Bytes screen_planes(Screen const& s, unsigned threads) {
+  constexpr std::uint32_t kWidth = 75, kPlanes = 4;
+  halftone_job* job = halftone_job_new(s.info.id, kWidth, kPlanes);
+  EXPECT_NE(job, nullptr) << halftone_last_error();
+  if (job == nullptr) return {};
+  configure(job, s, 777);
+  EXPECT_EQ(halftone_job_set(job, "threads", std::to_string(threads).c_str()), 0);
+  std::mt19937 g(9);
+  Bytes all;
+  for (std::uint32_t rows : {5u, 7u, 4u}) {
+    Bytes source(std::size_t{kWidth} * rows * kPlanes);
+    for (auto& v : source) v = static_cast<unsigned char>(g());
+    std::uint32_t out_width = 0, out_rows = 0;
+    std::size_t out_bytes = 0;
+    EXPECT_EQ(halftone_job_output_shape(job, rows, &out_width, &out_rows, &out_bytes), 0);
+    Bytes dots(out_bytes * out_rows * kPlanes, 0xA5);
+    EXPECT_EQ(halftone_job_band(job, source.data(), kWidth, dots.data(), out_bytes, rows), 0)
+        << halftone_job_error(job);
+    all.insert(all.end(), dots.begin(), dots.end());
+  }
+  EXPECT_EQ(halftone_job_finish(job), 0);
+  halftone_job_free(job);
+  return all;
+}
+
+TEST(Threads, EveryBandedScreenGivesTheBytesOfOneThread) {
+  for (Screen const& s : registry()) {
+    if (s.info.banding == HALFTONE_BANDING_WHOLE_PAGE) continue;
+    SCOPED_TRACE(s.info.id);
+    const Bytes one = screen_planes(s, 1);
+    ASSERT_FALSE(one.empty());
+    for (unsigned threads : {2u, 3u}) EXPECT_EQ(screen_planes(s, threads), one) << threads;
+  }
 }
 
 TEST(Job, BadCallsGetACodeAndAReason) {
@@ -286,7 +302,7 @@ TEST(Job, BadCallsGetACodeAndAReason) {
     halftone_job_free(job);
   }
 
-  // Data that cannot serve the screen is refused at the first band.
+  // Data that cannot serve the screen: refused at the first band.
   const struct {
     char const* screen;
     char const* key;
@@ -300,7 +316,9 @@ TEST(Job, BadCallsGetACodeAndAReason) {
   unsigned char src[16] = {}, dots[4] = {};
   for (auto const& f : files) {
     halftone_job* job = halftone_job_new(f.screen, 16, 1);
-    if (f.key) ASSERT_EQ(halftone_job_set(job, f.key, f.path.c_str()), 0);
+    if (f.key) {
+      ASSERT_EQ(halftone_job_set(job, f.key, f.path.c_str()), 0);
+    }
     EXPECT_EQ(halftone_job_band(job, src, 16, dots, 4, 1), f.code) << f.screen << " " << f.path;
     EXPECT_FALSE(std::string(halftone_job_error(job)).empty());
     halftone_job_free(job);

@@ -33,7 +33,6 @@ def pages(tmp_path_factory):
 
 
 def screen_of(family_bits):
-    """A carried screen of the given bits that needs no data file."""
     for s in halftone.screens():
         if s.banding == "carried" and s.bits == family_bits and \
                 not {"pattern", "pattern2", "matrix", "blocks"} & set(s.needs):
@@ -47,8 +46,8 @@ def test_cluster_files_equal_one_by_one(client, pages, tmp_path, bits, fmt):
     opts = {"seed_time": 11, "band_height": 8, "format": fmt}
     if screen.levels:
         opts["levels"] = list(range(0, 256, 255 // (screen.levels - 1)))[:screen.levels]
-    written = batch.screen_files(pages, screen.entry, tmp_path / "cluster", client=client,
-                                 **opts)
+    written = batch.screen_files(pages, screen.entry, tmp_path / "cluster",
+                                 client=client.scheduler.address, **opts)
     single = [out for path in pages for out in batch.screen_file(path, screen.id,
                                                                  tmp_path / "single", **opts)]
     assert [os.path.basename(w) for w in written] == [os.path.basename(s) for s in single]
@@ -90,10 +89,3 @@ def test_bad_batches_write_nothing(client, pages, tmp_path, call, error):
     with pytest.raises(error):
         call(pages, tmp_path / "out")
     assert not (tmp_path / "out").exists() or not os.listdir(tmp_path / "out")
-
-
-def test_client_by_scheduler_address(client, pages, tmp_path):
-    screen = screen_of(1)
-    written = batch.screen_files(pages[1:2], screen.id, tmp_path,
-                                 client=client.scheduler.address, seed_time=4)
-    assert [os.path.basename(w) for w in written] == ["two.png"]

@@ -1,9 +1,8 @@
-"""The quality measurements on cases with known answers, the data files the
-report makes, and the report itself: regenerated identically, bad input refused."""
+"""Quality measurements on known answers, and the report: regenerated identically,
+bad input refused."""
 import json
 import math
 import os
-import struct
 
 import numpy as np
 import pytest
@@ -17,9 +16,6 @@ GREYS = np.arange(256)
 
 def bayer_coverage(grey):
     return np.count_nonzero(BAYER > grey) / 256
-
-
-# ---- Tone response ----
 
 
 @pytest.mark.parametrize("name, cover, expect", [
@@ -45,13 +41,6 @@ def test_tone_response_known_answers(name, cover, expect):
             else got == value, (name, key, got)
 
 
-def test_tone_response_accepts_greys_in_any_order():
-    shuffled = np.random.default_rng(1).permutation(256)
-    a = measure.tone_response(GREYS, measure.ideal_coverage(GREYS) ** 2)
-    b = measure.tone_response(shuffled, measure.ideal_coverage(shuffled) ** 2)
-    assert (a.max_deviation, a.deviation_grey) == (b.max_deviation, b.deviation_grey)
-
-
 @pytest.mark.parametrize("codes, full, inverted, expect", [
     ([[0, 1], [1, 1]], 1, False, 0.75),
     ([[0, 1], [1, 1]], 1, True, 0.25),
@@ -61,9 +50,6 @@ def test_tone_response_accepts_greys_in_any_order():
 ])
 def test_coverage_of_codes(codes, full, inverted, expect):
     assert measure.coverage(codes, full, inverted) == pytest.approx(expect)
-
-
-# ---- Texture ----
 
 
 @pytest.mark.parametrize("share", [1 / 16, 1 / 4, 1 / 2, 3 / 4])
@@ -87,19 +73,6 @@ def test_ordered_dither_texture_is_periodic(grey, period):
     assert raps.power[raps.frequency < 1 / period - 1e-9].max() < 0.05
 
 
-def test_low_frequency_share_of_a_coarse_pattern():
-    # stripes 32 pixels wide: energy at the odd harmonics k / 64, in proportion to
-    # 1 / sin^2(pi k / 64); below 0.1 cycles a pixel lie k = 1, 3, 5 and their mirrors
-    stripes = (np.arange(256)[None, :] // 32 % 2).repeat(256, axis=0)
-    raps = measure.spectrum(stripes)
-    power = {k: 1 / math.sin(math.pi * k / 64) ** 2 for k in range(1, 64, 2)}
-    expected = 2 * (power[1] + power[3] + power[5]) / sum(power.values())
-    assert raps.low_share == pytest.approx(expected, rel=1e-6)
-
-
-# ---- Edge lag ----
-
-
 @pytest.mark.parametrize("profile, steady, lag", [
     ([0.25] * 64, 0.25, 0.0),
     ([0.0] * 5 + [0.25] * 59, 0.25, 5.0),  # nothing for five columns, then the tone
@@ -111,13 +84,6 @@ def test_edge_lag(profile, steady, lag):
     assert measure.edge_lag(profile, steady) == pytest.approx(lag)
 
 
-def test_threshold_screen_has_no_edge_lag():
-    page = np.full((256, 128), 255, np.uint8)
-    page[:, 32:96] = 191
-    dots = measure.threshold_screen(page, BAYER)
-    assert measure.edge_lag(dots[:, 32:96].mean(axis=0), bayer_coverage(191)) == 0
-
-
 @pytest.mark.parametrize("name, screened, expect", [
     ("the original itself", np.full((64, 64), 0.5), 0.0),
     ("a checkerboard, finer than the eye", np.indices((64, 64)).sum(axis=0) % 2, 0.0),
@@ -127,54 +93,6 @@ def test_threshold_screen_has_no_edge_lag():
 def test_seen_error_against_mid_grey(name, screened, expect):
     error = measure.seen_error(screened, np.full((64, 64), 0.5))
     assert error == pytest.approx(expect, abs=0.02), name
-
-
-# ---- Benchmark reports ----
-
-
-def test_benchmark_speeds():
-    text = json.dumps({"benchmarks": [
-        {"name": "BM_Kaocosyx", "run_type": "iteration", "MP/s": 900.0},
-        {"name": "BM_Kaocosyx", "run_type": "iteration", "MP/s": 950.0},
-        {"name": "screen/tone-push/real_time", "run_type": "iteration", "MP/s": 100.0},
-        {"name": "screen/tone-push/real_time_median", "run_name": "screen/tone-push/real_time",
-         "run_type": "aggregate", "aggregate_name": "median", "MP/s": 90.0},
-        {"name": "yardstick", "run_type": "iteration", "real_time": 3.0},
-    ]})
-    speeds = measure.benchmark_speeds(text)
-    assert measure.speed_of(speeds, "ordered-dither", "Kaocosyx") == 950.0
-    assert measure.speed_of(speeds, "tone-push", "sdiufiavs") == 90.0
-    assert measure.speed_of(speeds, "yardstick") is None
-    with pytest.raises(ValueError):
-        measure.benchmark_speeds("[]")
-
-
-# ---- Data files ----
-
-
-@pytest.mark.parametrize("bits, width, height", [(1, 16, 16), (1, 64, 32), (2, 16, 16)])
-def test_pattern_bank_inks_each_grey(bits, width, height):
-    bank = report.pattern_bank(bits, width, height)
-    row = width * bits // 8
-    assert len(bank) == 256 * height * row
-    codes = np.unpackbits(np.frombuffer(bank, np.uint8)).reshape(256, height, width, bits)
-    codes = (codes * (1 << np.arange(bits - 1, -1, -1))).sum(axis=3)
-    levels = (1 << bits) - 1
-    ink = codes[:, :16, :16].sum(axis=(1, 2))  # per 16 x 16 tile
-    for index, grey in enumerate(range(255, -1, -1)):
-        assert ink[index] == math.floor((255 - grey) * 256 * levels / 255 + 0.5), grey
-
-
-def test_threshold_bmp_layout():
-    bmp = report.threshold_bmp(BAYER)
-    offset, = struct.unpack_from("<I", bmp, 10)
-    width, height, _, depth = struct.unpack_from("<iiHH", bmp, 18)
-    assert (bmp[:2], width, height, depth, len(bmp) - offset) == (b"BM", 256, 256, 8, 65536)
-    pixels = np.frombuffer(bmp[offset:], np.uint8).reshape(256, 256)[::-1]  # bottom-up
-    assert np.array_equal(pixels[:16, :16], BAYER) and np.array_equal(pixels[16:32, :16], BAYER)
-
-
-# ---- Through the library ----
 
 
 def registry_screen(family, need, bits=1):
@@ -239,51 +157,6 @@ def test_report_is_regenerated_identically(tmp_path, two_screens):
     assert not (tmp_path / "a" / "plots" / "stale.png").exists()
     assert (tmp_path / "a" / "notes.txt").read_text() == "mine"
     assert not [p for p in os.listdir(tmp_path) if p.startswith(".report-")]
-
-
-# ---- The guide ----
-
-
-def fake_result(sid, bits=1, files=(), **numbers):
-    row = halftone.Screen(sid, sid.upper(), "test", bits, "same", "banded", (), 0, None, "")
-    values = dict(id=sid, entry=sid.upper(), family="test", bits=bits, monotonic=True,
-                  max_deviation=0.01, deviation_grey=128, max_reversal=0.0, first_dot=254,
-                  first_hole=1, black=1.0, white=0.0, low_share=0.002, anisotropy_db=1.0,
-                  edge_lag=0.2, type_error=0.02, photo_error=0.03, full_code=(1 << bits) - 1,
-                  turned="", speed=None)
-    values.update(numbers)
-    return report.Result(report.Setting(row, {}, "defaults", list(files)), values)
-
-
-def order_in(text, *names):
-    return [text.index(f"<code>{n}</code>") for n in names]
-
-
-def test_guide_ranks_from_the_numbers():
-    results = [
-        fake_result("smooth", low_share=0.0005, type_error=0.03, speed=50.0),
-        fake_result("grainy", low_share=0.004, type_error=0.01, speed=400.0),
-        fake_result("grid", low_share=0.0001, anisotropy_db=25.0, type_error=0.02, speed=900.0),
-        fake_result("pushed", max_deviation=0.2, low_share=0.0001, speed=2000.0),
-        fake_result("holey", black=0.9, type_error=0.001, monotonic=False, max_reversal=0.02),
-        fake_result("two-a", bits=2, type_error=0.02, photo_error=0.05, files=["x.pat"]),
-        fake_result("two-b", bits=2, type_error=0.01, photo_error=0.02),
-    ]
-    guide = dict(report.guide(results, have_speeds=True))
-    photo, text, fast = guide["Photographs"], guide["Text and line art"], guide["Fast proofs"]
-    assert order_in(photo, "smooth", "grainy") == sorted(order_in(photo, "smooth", "grainy"))
-    assert "<code>pushed</code>" not in photo and "<code>holey</code>" not in photo
-    assert photo.index("<code>grid</code>") > photo.index("Left out")
-    assert text.index("<code>grainy</code>") < text.index("<code>grid</code>") \
-        < text.index("<code>smooth</code>")
-    assert "<code>holey</code>" not in text
-    assert fast.index("<code>grid</code>") < fast.index("<code>grainy</code>")
-    assert "<code>pushed</code>" not in fast
-    multi = guide["Multi-level heads"]
-    assert multi.index("<code>two-b</code>") < multi.index("<code>two-a</code></a>*")
-    warn = guide["Watch out for"]
-    assert "<code>holey</code>" in warn and "<code>pushed</code>" in warn
-    assert "Data files" in guide
 
 
 @pytest.mark.parametrize("args, message", [

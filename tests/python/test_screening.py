@@ -1,8 +1,6 @@
-"""Screening through the library: the registry, pages of every screen against the
-command-line program, option and image errors, and threads."""
+"""Every screen against the command-line program, option errors, jobs and threads."""
 import concurrent.futures
 import os
-import re
 import subprocess
 import sys
 
@@ -16,18 +14,12 @@ SEED = 5
 DATA_NEEDS = {"pattern", "pattern2", "matrix", "blocks"}
 
 
-def spread(count):
-    """``count`` greys spread evenly over 0..255."""
-    return [round(i * 255 / max(count - 1, 1)) for i in range(count)]
-
-
 def options(screen):
-    """Options every screen that needs no data file can take."""
     opts = {"seed_time": SEED}
     if "tone-curves" in screen.needs:
         opts["mode"] = 2
     if screen.levels:
-        opts["levels"] = spread(screen.levels)
+        opts["levels"] = [round(i * 255 / (screen.levels - 1)) for i in range(screen.levels)]
     return opts
 
 
@@ -39,17 +31,8 @@ def test_registry_rows_are_found_by_id_and_entry():
     rows = halftone.screens()
     assert len({s.id for s in rows}) == len(rows) and BANDED
     for row in rows:
-        assert re.fullmatch(r"[a-z0-9]+(-[a-z0-9]+)*", row.id), row.id
-        assert row.bits in (1, 2, 4) and row.summary
-        assert halftone.find_screen(row.id) is row
-        assert halftone.find_screen(row.entry) is row
-
-
-def test_unknown_screen_names_the_closest():
-    name = halftone.screens()[0].id
-    with pytest.raises(KeyError, match=re.escape(name)):
-        halftone.screen(np.zeros((2, 2), np.uint8), name[:-1] + "q")
-    with pytest.raises(KeyError, match="halftone.screens"):
+        assert halftone.find_screen(row.id) is row and halftone.find_screen(row.entry) is row
+    with pytest.raises(KeyError):
         halftone.find_screen("zzzzzzzzzzzz")
 
 
@@ -63,9 +46,7 @@ numpy.save(sys.argv[2], halftone.screen(numpy.load(sys.argv[2]), sys.argv[3], ba
 
 
 def screen_as_the_program(screen, page, opts, folder):
-    """Codes of ``page``. Whole-page utilities may draw from the process's never-reseeded
-    generator, which runs on from earlier calls: they run in a fresh interpreter, as the
-    program does in a fresh process."""
+    # Whole-page utilities draw from a never-reseeded generator: a fresh interpreter.
     if screen.banding != "whole-page":
         return halftone.screen(page, screen.id, band_height=4, **opts)
     np.save(folder / "page.npy", page)
@@ -95,8 +76,7 @@ def test_codes_equal_the_programs_raw_output(screen, tool, tmp_path):
     if "levels" in opts:
         command += ["--levels", ",".join(map(str, opts["levels"]))]
     subprocess.run(command, check=True, capture_output=True)
-    # Codes, not bytes: a turned utility may set bits in the row padding. The rows are
-    # read at the file's own stride, which must hold the row.
+    # Codes, not bytes: a turned utility may set bits in the row padding.
     lines = np.frombuffer(raw.read_bytes(), np.uint8).reshape(height * planes, -1)
     padded = np.zeros((height * planes, halftone.row_bytes(width, screen.bits)), np.uint8)
     used = (width * screen.bits + 7) // 8
@@ -106,31 +86,16 @@ def test_codes_equal_the_programs_raw_output(screen, tool, tmp_path):
         halftone.unpack(padded, width, screen.bits, planes).reshape(codes.shape), codes)
 
 
-def test_image_forms_give_the_same_codes():
-    from PIL import Image
-    screen = BANDED[0]
-    page = gradient(16, 20)
-    expected = halftone.screen(page, screen.id, **options(screen))
-    for form in (page / 255.0, page.astype(np.float32) / 255, page.tolist(),
-                 Image.fromarray(page), page[np.newaxis]):
-        codes = halftone.screen(form, screen.id, **options(screen))
-        np.testing.assert_array_equal(codes.reshape(expected.shape), expected)
-
-
-@pytest.mark.parametrize("image, kwargs, message", [
-    (np.zeros((4, 4), np.int16), {}, "dtype int16"),
-    (np.full((4, 4), 2.0), {}, r"\[0, 1\]"),
-    (None, {"seed_time": 1.5}, "seed_time must be a whole number"),
-    (None, {"levels": [0, 300]}, "a level must be 0..255"),
-    # Refused by the library, reported with its reason.
-    (None, {"levels": "a,b"}, "levels='a,b': ."),
-    (None, {"mode": 9}, "mode=9: ."),
-    (None, {"threads": 0}, "threads=0: ."),
+@pytest.mark.parametrize("kwargs, message", [
+    ({"seed_time": 1.5}, "seed_time must be a whole number"),
+    ({"levels": [0, 300]}, "a level must be 0..255"),
+    ({"levels": "a,b"}, "levels='a,b': ."),
+    ({"mode": 9}, "mode=9: ."),
+    ({"threads": 0}, "threads=0: ."),
 ])
-def test_bad_images_and_options_are_refused(image, kwargs, message):
-    image = np.zeros((4, 4), np.uint8) if image is None else image
+def test_bad_options_are_refused(kwargs, message):
     with pytest.raises(ValueError, match=message):
-        halftone.screen(image, BANDED[0].id, **kwargs)
+        halftone.screen(np.zeros((4, 4), np.uint8), BANDED[0].id, **kwargs)
 
 
 def test_missing_data_file_is_a_library_error(tmp_path):
