@@ -35,8 +35,7 @@ TEST(PatternLoaders, ResultCodesAndWhatTheyLeaveBehind) {
                  {"p64", -8, 64, ERR_LOAD_FAULT, -1, true},
                  {"short", 64, 64, ERR_FILE_READ, 8, false},
                  {"p64", 64, 64, 0, 8, false}}) {
-    SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.width) + "x" +
-                 std::to_string(c.height));
+    SCOPED_TRACE(testing::Message() << c.name << " " << c.width << "x" << c.height);
     std::memset(stores().RunHeadMasks, 0, 8);
     EXPECT_EQ(KaiDuaning(c.name, c.width, c.height), c.code);
     EXPECT_EQ(stores().PatternGeometry.width, c.width);

@@ -75,8 +75,8 @@ TEST(OffsetMatrix, MatchesModelOnRandomBandedJobs) {
     std::array<int, 4> l;
     for (int& v : l) v = static_cast<int>(gen() % 256);
     if (gen() % 2) std::sort(l.begin(), l.end());
-    const std::string params = std::to_string(l[0]) + "," + std::to_string(l[1]) + "," +
-                               std::to_string(l[2]) + "," + std::to_string(l[3]) + ",";
+    std::string params;
+    for (int v : l) params += std::to_string(v) + ",";
     Itsdiufiavs(static_cast<int>(gen() % 18), params.c_str());
   };
   OffsetModel matrix{{}, false, false}, random{{}, true, false}, matrix2{{}, false, true},
