@@ -4,16 +4,15 @@
 
 #include <gtest/gtest.h>
 #include <png.h>
-#include <tiffio.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "tiff_file.h"
 
 namespace halftone::test {
 namespace {
@@ -43,56 +42,6 @@ std::vector<Page> read_all(fs::path const& path) {
     pages.push_back(page);
   } while (reader->next_page());
   return pages;
-}
-
-struct TiffPage {
-  std::uint32_t width, height;
-  std::uint16_t photometric, bits, samples;
-  bool separate, tiled;
-  Bytes data;  // contiguous samples, row after row, packed
-};
-
-// The bytes of a TIFF of the given pages, written with libtiff directly.
-std::string tiff(std::vector<TiffPage> const& pages) {
-  const fs::path path = scratch("made.tif");
-  TIFF* t = TIFFOpen(path.c_str(), "w");
-  for (TiffPage const& p : pages) {
-    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, p.width);
-    TIFFSetField(t, TIFFTAG_IMAGELENGTH, p.height);
-    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, p.bits);
-    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, p.samples);
-    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, p.photometric);
-    TIFFSetField(t, TIFFTAG_PLANARCONFIG, p.separate ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
-    TIFFSetField(t, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
-    const std::size_t pixel = p.samples * p.bits / 8, row = p.width * pixel;
-    if (p.tiled) {
-      TIFFSetField(t, TIFFTAG_TILEWIDTH, 16);
-      TIFFSetField(t, TIFFTAG_TILELENGTH, 16);
-      for (std::uint32_t y = 0; y < p.height; y += 16)
-        for (std::uint32_t x = 0; x < p.width; x += 16) {
-          Bytes tile(TIFFTileSize(t), 0);
-          for (std::uint32_t r = 0; r < 16 && y + r < p.height; ++r)
-            for (std::uint32_t c = 0; c < 16 && x + c < p.width; ++c)
-              std::memcpy(&tile[(r * 16 + c) * pixel], &p.data[(y + r) * row + (x + c) * pixel],
-                          pixel);
-          TIFFWriteTile(t, tile.data(), x, y, 0, 0);
-        }
-    } else {
-      TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, 2);
-      for (std::uint16_t s = 0; s < (p.separate ? p.samples : 1); ++s)
-        for (std::uint32_t y = 0; y < p.height; ++y) {
-          Bytes line(&p.data[y * row], &p.data[y * row] + row);
-          if (p.separate)
-            for (std::uint32_t x = 0; x < p.width; ++x)
-              line[x] = p.data[y * row + x * p.samples + s];
-          TIFFWriteScanline(t, line.data(), y, s);
-        }
-    }
-    TIFFWriteDirectory(t);
-  }
-  TIFFClose(t);
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 std::string png(int format, std::uint32_t width, Bytes const& pixels) {
@@ -161,10 +110,11 @@ TEST(Readers, EveryFormGivesItsGreyPlanes) {
        {{1, 1, 1, {0x10}}, {2, 1, 1, {0x20, 0x30}}}},
       {"PNG RGBA", png(PNG_FORMAT_RGBA, 2, {255, 0, 0, 255, 0, 0, 0, 0}), {{2, 1, 1, {76, 255}}}},
       {"TIFF grey 16-bit, tiled, min-is-white",
-       tiff({{17, 3, PHOTOMETRIC_MINISWHITE, 16, 1, false, true, tiled}}),
+       tiff(scratch("made.tif"), {{17, 3, PHOTOMETRIC_MINISWHITE, 16, 1, false, true, tiled}}),
        {{17, 3, 1, tiled_grey}}},
       {"TIFF CMYK separated, two pages",
-       tiff({{2, 1, PHOTOMETRIC_SEPARATED, 8, 4, true, false, {255, 0, 0, 0, 0, 10, 20, 30}},
+       tiff(scratch("made.tif"),
+            {{2, 1, PHOTOMETRIC_SEPARATED, 8, 4, true, false, {255, 0, 0, 0, 0, 10, 20, 30}},
              {1, 1, PHOTOMETRIC_RGB, 8, 3, false, false, {0, 255, 0}}}),
        {{2, 1, 4, {0, 255, 255, 245, 255, 235, 255, 225}}, {1, 1, 1, {150}}}},
   };
