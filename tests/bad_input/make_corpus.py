@@ -1,8 +1,6 @@
 #!/usr/bin/env python3
-"""Writes the bad-input corpus in tests/bad_input/files/: truncated, lying,
-oversized, empty and wrong-format files for every reader and loader, one
-folder a kind. Run it again after adding a case: /usr/bin/python3 make_corpus.py
-(run_bad_input.py makes the large ones at run time)."""
+"""Writes the bad-input corpus into files/, one folder a kind; run it again
+after adding a case (run_bad_input.py makes the large ones at run time)."""
 
 import os
 import struct

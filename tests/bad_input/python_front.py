@@ -1,14 +1,9 @@
-"""Runs one bad input through the Python module as a user script would, for
-run_bad_input.py: prints the exception's type and message on stderr and
-exits 2 when the module refuses the input, writes OUT only on success.
+"""One bad input through the Python module, for run_bad_input.py: prints the
+refusal on stderr and exits 2; writes OUT only on success.
 
-    python_front.py image PATH SCREEN OUT      read a page file, then screen it
-    python_front.py screen SCREEN OUT JSON     screen a small page with options (a JSON object)
-    python_front.py array KIND SCREEN OUT      screen an array of a wrong kind
+    python_front.py image PATH SCREEN OUT | screen SCREEN OUT JSON | array KIND SCREEN OUT
 
-SCREEN may be "need:NAME": the first screen of the registry that reads NAME
-(as listed by halftone.screens()), "need:-": one that reads nothing.
-"""
+SCREEN "need:NAME" is the first screen that reads NAME ("need:-": nothing)."""
 import json
 import re
 import sys
@@ -18,15 +13,13 @@ import numpy as np
 import halftone
 import halftone.batch
 
-# What the module may raise for bad input: typed, with a message (PIL's own
-# refusals included, since the module reads page files through PIL).
+# Typed refusals, PIL's included (the module reads page files through it).
 try:
     from PIL.Image import DecompressionBombError
 except ImportError:
     DecompressionBombError = ValueError
 REFUSALS = (ValueError, KeyError, OSError, halftone.Error, halftone.batch.PageError,
             DecompressionBombError)
-# Keywords a user gives as numbers.
 NUMBERS = {"mode", "seed_time", "threads", "band_height"}
 
 

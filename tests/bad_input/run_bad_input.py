@@ -1,17 +1,9 @@
 #!/usr/bin/env python3
-"""Every file of the bad-input corpus and every bad option value through the
-front ends: the halftone program, the Python module and the CUPS filter.
-Each case must end with a clear message naming the problem, a non-zero
-status, no output file (nor a temporary one) and a peak memory far below the
-size the input declares.
-
-    run_bad_input.py [--program PATH] [--filter PATH] [--python INTERPRETER
-                     --library LIBRARY] [--sanitized]
-
-A front end that is not given is left out with a note. --sanitized: the
-programs are built with AddressSanitizer (its shadow memory raises the peak).
-"""
+"""Every corpus file and bad option value through each front end given (program,
+Python module, CUPS filter): each must fail with a message naming the problem,
+a non-zero status, no output file and a small peak memory."""
 import argparse
+import collections
 import json
 import os
 import re
@@ -152,22 +144,15 @@ PYTHON_OPTION = {"--levels": "levels", "--mode": "mode", "--seed-time": "seed_ti
                  "--pattern-size": "pattern_size", "--pattern": "pattern",
                  "--pattern2": "pattern2", "--matrix": "matrix", "--blocks": "blocks",
                  "--data": "data_folder"}
-# Cases the front ends still accept, each with where the fix belongs. They are
-# listed on every run; one that starts being refused fails the run until it
-# is taken off this list.
-KNOWN = {}
 CRASH = re.compile(r"Traceback|terminate called|Sanitizer|runtime error|Segmentation|core dumped")
 
 
-class Result:
-    def __init__(self, status, stdout, stderr, peak_kib):
-        self.status, self.stdout, self.stderr, self.peak_kib = status, stdout, stderr, peak_kib
+Result = collections.namedtuple("Result", "status stdout stderr peak_kib")
 
 
 def run(argv, stdin_path=None, env=None, cwd=None):
     """Runs argv to its end; its own peak memory comes from wait4."""
-    out = tempfile.TemporaryFile()
-    err = tempfile.TemporaryFile()
+    out, err = tempfile.TemporaryFile(), tempfile.TemporaryFile()
     stdin = open(stdin_path, "rb") if stdin_path else subprocess.DEVNULL
     try:
         process = subprocess.Popen(argv, stdin=stdin, stdout=out, stderr=err, env=env, cwd=cwd)
@@ -176,51 +161,44 @@ def run(argv, stdin_path=None, env=None, cwd=None):
         except BaseException:
             process.kill()
             raise
-        process.returncode = os.waitstatus_to_exitcode(status)
     finally:
         if stdin_path:
             stdin.close()
     out.seek(0)
     err.seek(0)
-    return Result(process.returncode, out.read(), err.read().decode(errors="replace"),
-                  usage.ru_maxrss)
+    return Result(os.waitstatus_to_exitcode(status), out.read(),
+                  err.read().decode(errors="replace"), usage.ru_maxrss)
 
 
 class Checker:
     def __init__(self, args):
         self.args = args
         self.work = tempfile.mkdtemp(prefix="halftone-bad-input-")
-        self.failures = []
-        self.known = []
-        self.peaks = {}
-        self.count = 0
+        self.failures, self.peaks, self.count = [], {}, 0
         self.screens = self.program_screens() if args.program else {}
         self.special = self.make_special_files()
 
     def make_special_files(self):
         """Inputs that are large, or folders, or need no committing."""
-        special = os.path.join(self.work, "special")
-        os.makedirs(os.path.join(special, "folder"))
-        big = os.path.join(special, "big.bin")
-        with open(big, "wb") as f:  # sparse: no disk is spent on it
-            f.truncate(100 << 20)
-        too_many = os.path.join(special, "too_many.txt")
-        with open(too_many, "wb") as f:
-            f.write(b" ".join(b"1" for _ in range(70000)) + b"\r\n")
-        bank = os.path.join(special, "bank.bin")
-        with open(bank, "wb") as f:
-            f.write(bytes((i * 29) & 0xFF for i in range(256 * 16 * 2)))
-        page = os.path.join(special, "page.pgm")
-        with open(page, "wb") as f:
-            f.write(b"P5\n16 8\n255\n" + bytes(range(0, 256, 2)))
-        raster = os.path.join(special, "good.ras")
         sys.path.insert(0, HERE)
         import make_corpus
-        with open(raster, "wb") as f:
-            f.write(make_corpus.raster([make_corpus.raster_header(16, 8) + bytes(16 * 8)]))
-        return {"@big": big, "@folder": os.path.join(special, "folder"),
-                "@missing": os.path.join(special, "missing.bin"), "@too_many": too_many,
-                "@good_bank": bank, "@page": page, "@good_raster": raster}
+        special = os.path.join(self.work, "special")
+        os.makedirs(os.path.join(special, "folder"))
+        contents = {
+            "@too_many": b" ".join(b"1" for _ in range(70000)) + b"\r\n",
+            "@good_bank": bytes((i * 29) & 0xFF for i in range(256 * 16 * 2)),
+            "@page": b"P5\n16 8\n255\n" + bytes(range(0, 256, 2)),
+            "@good_raster": make_corpus.raster([make_corpus.raster_header(16, 8) + bytes(16 * 8)]),
+            "@big": b""}
+        paths = {"@folder": os.path.join(special, "folder"),
+                 "@missing": os.path.join(special, "missing.bin")}
+        for name, data in contents.items():
+            paths[name] = os.path.join(special, name[1:])
+            with open(paths[name], "wb") as f:
+                f.write(data)
+                if name == "@big":  # sparse: no disk is spent on it
+                    f.truncate(100 << 20)
+        return paths
 
     def path(self, name):
         return self.special.get(name) or os.path.join(FILES, name)
@@ -246,8 +224,6 @@ class Checker:
                 chosen.setdefault(need.split("(")[0].split()[0], row["ID"])
         return chosen
 
-    # -- checks --------------------------------------------------------------
-
     def check(self, front, name, result, pattern, outputs, memory_mib, problems=None):
         self.count += 1
         problems = problems or []
@@ -265,31 +241,23 @@ class Checker:
         for out in outputs:
             if os.path.exists(out):
                 problems.append(f"output {os.path.basename(out)} exists")
-        left = [f for f in os.listdir(self.out_dir) if f not in self.before]
+        left = os.listdir(self.out_dir)
         if left:
             problems.append(f"left in the output folder: {left}")
         peak = result.peak_kib / 1024
         self.peaks[front] = max(self.peaks.get(front, 0), peak)
         if peak > memory_mib:
             problems.append(f"peak memory {peak:.0f} MiB (limit {memory_mib} MiB)")
-        case = f"{front} {name}"
-        if case in KNOWN:
-            if problems:
-                self.known.append(f"{case}: {KNOWN[case]}")
-            else:
-                self.failures.append(f"{case}: refused as it should be now; drop it from KNOWN")
-        elif problems:
-            self.failures.append(f"{case}: {'; '.join(problems)}\n    message: {message[-600:]!r}")
+        if problems:
+            self.failures.append(f"{front} {name}: {'; '.join(problems)}\n"
+                                 f"    message: {message[-600:]!r}")
 
     def fresh_out_dir(self):
         self.out_dir = tempfile.mkdtemp(dir=self.work)
-        self.before = set(os.listdir(self.out_dir))
         return self.out_dir
 
     def memory(self, base):
         return base * 4 if self.args.sanitized else base
-
-    # -- the program -----------------------------------------------------------
 
     def program(self, screen, infile, extra, name, pattern, stdin=None, out_name="out.pgm"):
         out = os.path.join(self.fresh_out_dir(), out_name)
@@ -321,8 +289,6 @@ class Checker:
             if need == "pattern" and "--pattern" not in args:
                 args += ["--pattern", self.special["@good_bank"]]
             self.program(screen, infile, args, " ".join(extra), pattern, out_name=out_name)
-
-    # -- the Python module -----------------------------------------------------
 
     def python(self, argv_tail, name, pattern):
         out = os.path.join(self.fresh_out_dir(), "out.npy")
@@ -357,8 +323,6 @@ class Checker:
         for kind, pattern in ARRAY_CASES:
             self.python(["array", kind, "need:-", "@out"], kind, pattern)
 
-    # -- the CUPS filter -------------------------------------------------------
-
     def filter_cases(self):
         for file, options, pattern, begun in RASTER_CASES:
             self.fresh_out_dir()
@@ -384,8 +348,6 @@ class Checker:
             else:
                 print(f"note: the {label} is not built here; its cases are left out")
         shutil.rmtree(self.work, ignore_errors=True)
-        for gap in self.known:
-            print("known gap, " + gap)
         for failure in self.failures:
             print("FAIL " + failure)
         peaks = ", ".join(f"{front} {peak:.0f} MiB" for front, peak in self.peaks.items())
@@ -395,10 +357,8 @@ class Checker:
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--program")
-    parser.add_argument("--filter")
-    parser.add_argument("--python")
-    parser.add_argument("--library")
+    for option in ("--program", "--filter", "--python", "--library"):
+        parser.add_argument(option)
     parser.add_argument("--sanitized", action="store_true")
     return Checker(parser.parse_args()).main()
 

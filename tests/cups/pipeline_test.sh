@@ -1,13 +1,6 @@
 #!/bin/bash
-# rastertohalftone in a real CUPS chain. Installs the project into a staging
-# root as a packager would, gives cupsfilter a filter folder holding the
-# system's filters and the installed rastertohalftone, and prints a two-page
-# PDF written by Ghostscript with the installed PPD, grey and CMYK. Checks the
-# output pages and that their dots are the job API's for the raster the chain
-# fed the filter; then the filter alone: other screens, a cut stream, SIGTERM.
-#
-#   pipeline_test.sh BUILD FILTER_DIR MODEL_DIR RASTER_CHECK SYSTEM_SERVERBIN CUPSFILTER \
-#                    GREY_SCREEN CMYK_SCREEN
+# rastertohalftone installed and run in a real cupsfilter chain, grey and CMYK;
+# its dots must be the job API's. Then the filter alone: other screens, SIGTERM.
 set -euo pipefail
 build=$1 filter_dir=$2 model_dir=$3 check=$4 system_serverbin=$5 cupsfilter=$6
 grey_screen=$7 cmyk_screen=$8
@@ -20,8 +13,6 @@ fail() {
 }
 cd "$work"
 
-# Installed files, as cmake --install lays them out under DESTDIR: the
-# library (component runtime), the filter and the PPD (component cups).
 for component in runtime cups; do
   DESTDIR="$work/root" cmake --install "$build" --component $component >>install.log 2>&1 ||
     fail "cmake --install --component $component failed (is everything built?): $(tail -3 install.log)"
@@ -68,15 +59,13 @@ for model in Gray CMYK; do
   if [ $model = Gray ]; then colours=1 space=3 order=0 screen=$grey_screen; else
     colours=4 space=6 order=1 screen=$cmyk_screen
   fi
-  expected_in="569 825 8 $colours $space $order"
-  [ "$("$check" pages $model-in.ras | sort -u)" = "$expected_in" ] ||
-    fail "$model: input pages are $("$check" pages $model-in.ras | tr '\n' ';')"
-  [ "$("$check" pages $model-in.ras | wc -l)" = 2 ] || fail "$model: not two input pages"
   # Output: the same size, one bit a colour, K or CMYK banded.
-  expected_out="569 825 1 $colours $space $(( colours == 4 ? 1 : 0 ))"
-  [ "$("$check" pages $model-out.ras | sort -u)" = "$expected_out" ] ||
-    fail "$model: output pages are $("$check" pages $model-out.ras | tr '\n' ';')"
-  [ "$("$check" pages $model-out.ras | wc -l)" = 2 ] || fail "$model: not two output pages"
+  for io in "in 8 $order" "out 1 $(( colours == 4 ? 1 : 0 ))"; do
+    set -- $io
+    page="569 825 $2 $colours $space $3"
+    [ "$("$check" pages $model-$1.ras | tr '\n' ';')" = "$page;$page;" ] ||
+      fail "$model: $1 pages are $("$check" pages $model-$1.ras | tr '\n' ';')"
+  done
   "$check" compare $model-in.ras $model-out.ras "$screen" $seed 64 ||
     fail "$model: the chain's dots are not the job API's"
 
@@ -100,20 +89,13 @@ alone Gray-in.ras grey4.ras "HalftoneScreen=eight-level-fixed HalftoneSeedTime=$
 alone Gray-in.ras paper.ras "HalftoneScreen=inverted-thirds HalftoneSeedTime=$seed"
 "$check" compare Gray-in.ras paper.ras inverted-thirds $seed 64 --paper || fail "inverted-thirds"
 
-# Refusals: a cut stream, an unknown screen, a screen that needs the whole page.
+# A screen that needs the whole page is refused (cut streams and bad options: bad_input).
 size=$(stat -c %s Gray-in.ras)
-head -c $((size * 3 / 4)) Gray-in.ras >cut.ras
 status=0
-PPD="$ppd" "$filter" 1 user title 1 "" cut.ras >cut-out.ras 2>cut.log || status=$?
-[ $status -ne 0 ] || fail "a cut raster stream exited 0"
-grep -q "^ERROR: .*truncated" cut.log || fail "a cut raster stream gave no ERROR: line: $(cat cut.log)"
-for options in "HalftoneScreen=no-such-screen" "HalftoneScreen=random-direction-page" \
-  "HalftoneBandHeight=0"; do
-  status=0
-  PPD="$ppd" "$filter" 1 user title 1 "$options" Gray-in.ras >refused.ras 2>refused.log || status=$?
-  [ $status -ne 0 ] && grep -q "^ERROR: " refused.log || fail "$options was not refused"
-  [ ! -s refused.ras ] || fail "$options was refused after writing output"
-done
+PPD="$ppd" "$filter" 1 user title 1 HalftoneScreen=random-direction-page Gray-in.ras \
+  >refused.ras 2>refused.log || status=$?
+[ $status -ne 0 ] && grep -q "^ERROR: " refused.log || fail "a whole-page screen was not refused"
+[ ! -s refused.ras ] || fail "a whole-page screen was refused after writing output"
 
 # SIGTERM while the filter waits for input: it ends the page it began and exits 0.
 mkfifo slow.ras

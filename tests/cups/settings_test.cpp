@@ -32,9 +32,6 @@ TEST(FilterSettings, PpdDefaultsLeaveTheScreenToTheColourModel) {
   ASSERT_NE(ppd.file, nullptr) << HALFTONE_CUPS_PPD;
   const Settings settings = settings_from("", ppd.file);
   EXPECT_EQ(settings.screen, "");
-  EXPECT_EQ(settings.levels, "");
-  EXPECT_EQ(settings.seed_time, "");
-  EXPECT_EQ(settings.band_height, kDefaultBandHeight);
   EXPECT_EQ(screen_for(settings, ppd.file, 1), HALFTONE_CUPS_GREY_SCREEN);
   EXPECT_EQ(screen_for(settings, ppd.file, 4), HALFTONE_CUPS_CMYK_SCREEN);
   EXPECT_EQ(screen_for(settings, nullptr, 4), HALFTONE_CUPS_CMYK_SCREEN);
