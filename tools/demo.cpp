@@ -155,7 +155,7 @@ Card screen_card(halftone_screen_info const& info, GreyImage const& chart, DataF
     card.used.push_back(std::string("tone mode ") + kToneMode);
   }
   if ((info.needs & HALFTONE_NEEDS_LEVELS) && info.levels > 0) {
-    job.keys.emplace_back("levels", even_levels(info.levels));
+    job.keys.emplace_back("levels", info.default_levels);
     card.used.push_back("levels " + job.keys.back().second);
   }
   std::string size = "16x16";

@@ -87,21 +87,11 @@ int top_code(halftone_screen_info const& info) {
   }
 }
 
-std::string even_levels(int count) {
-  std::string text;
-  for (int i = 0; i < count; ++i) {
-    const int level = count == 1 ? 255 : (i * 255 * 2 + (count - 1)) / (2 * (count - 1));
-    if (i != 0) text += ',';
-    text += std::to_string(level);
-  }
-  return text;
-}
-
 std::string checked_levels(std::string const& text, halftone_screen_info const& info) {
   const int count = info.levels;
   const std::string form = "--levels for " + std::string(info.id) + " takes " +
                            std::to_string(count) + " whole numbers 0-255 from dark to light," +
-                           " e.g. " + even_levels(count);
+                           " e.g. " + info.default_levels;
   std::vector<int> values;
   std::size_t start = 0;
   while (true) {

@@ -23,9 +23,6 @@ std::string needs_text(halftone_screen_info const& info);
 // The darkest dot-size code of a screen's output (1 for dots).
 int top_code(halftone_screen_info const& info);
 
-// `count` levels spread evenly from 0 to 255: "0,85,170,255".
-std::string even_levels(int count);
-
 // Checks a level list for a screen that reads `count` levels: that many
 // whole numbers 0-255, none below the one before. Returns it as
 // "v1,v2,...". Throws ToolError giving the expected form.

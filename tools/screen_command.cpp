@@ -84,7 +84,7 @@ std::vector<std::pair<std::string, std::string>> job_keys(ScreenOptions const& o
     if (!reads_levels) refuse("levels", "--levels");
     keys.emplace_back("levels", checked_levels(o.levels, info));
   } else if (reads_levels) {
-    keys.emplace_back("levels", even_levels(info.levels));
+    keys.emplace_back("levels", info.default_levels);
     if (!o.quiet)
       std::fprintf(stderr,
                    "halftone: %s reads %d levels; using evenly spread %s (--levels sets them)\n",

@@ -73,6 +73,9 @@ typedef struct halftone_screen_info {
   int pattern_width; /* pattern bank geometry it reads; 0 x 0: any ("pattern-size") */
   int pattern_height;
   const char* summary; /* one line */
+  /* The levels a job uses unless "levels" is set, evenly spread
+     ("0,85,170,255"); NULL when the screen reads no levels. */
+  const char* default_levels;
 } halftone_screen_info;
 
 size_t halftone_screen_count(void);

@@ -75,6 +75,7 @@ class _ScreenInfo(ctypes.Structure):
         ("pattern_width", ctypes.c_int),
         ("pattern_height", ctypes.c_int),
         ("summary", ctypes.c_char_p),
+        ("default_levels", ctypes.c_char_p),
     ]
 
 

@@ -13,7 +13,8 @@ from ._library import Error, library, text
 from ._packing import unpack
 
 Screen = collections.namedtuple(
-    "Screen", "id entry family bits layout banding needs levels pattern_size summary")
+    "Screen", "id entry family bits layout banding needs levels pattern_size summary "
+    "default_levels", defaults=(None,))
 Screen.__doc__ = """One row of the library's registry.
 
 id: readable name (lower-case, kebab-case); entry: the fixed entry point name;
@@ -24,7 +25,9 @@ plane, one call), "banded" or "carried" (error runs on from band to band);
 needs: names of what it reads besides the source ("tone-curves", "levels",
 "pattern", "pattern2", "matrix", "blocks", "built-matrix"); levels: how many
 values the levels option takes (0: none); pattern_size: (width, height) of
-the pattern banks it reads, None when any size goes; summary: one line."""
+the pattern banks it reads, None when any size goes; summary: one line;
+default_levels: the levels used when none are given (evenly spread), as a
+list, None when it reads none."""
 
 _registry = None
 _registry_lock = threading.Lock()
@@ -52,7 +55,9 @@ def _row(info):
     size = (info.pattern_width, info.pattern_height) if info.pattern_width else None
     return Screen(text(info.id), text(info.entry), text(info.family), info.bits,
                   _library.LAYOUTS[info.layout], _library.BANDINGS[info.banding], needs,
-                  info.levels, size, text(info.summary))
+                  info.levels, size, text(info.summary),
+                  [int(v) for v in text(info.default_levels).split(",")]
+                  if info.default_levels else None)
 
 
 def screens():

@@ -235,19 +235,12 @@ class Result:
     note: str = ""
 
 
-def evenly_spread(count: int) -> list[int]:
-    """``count`` greys from 0 to 255, evenly spread (the demo's levels)."""
-    if count <= 1:
-        return [0] * count
-    return [int(math.floor(255 * i / (count - 1) + 0.5)) for i in range(count)]
-
-
 def setting_for(screen, data_options) -> Setting:
     options, files = data_options.get(screen.id, ({}, []))
     options = dict(options)
     said = []
     if screen.levels:
-        options["levels"] = evenly_spread(screen.levels)
+        options["levels"] = screen.default_levels
         said.append("levels " + ",".join(map(str, options["levels"])))
     if "tone-curves" in screen.needs:
         options["mode"] = TONE_MODE

@@ -51,13 +51,6 @@ bool parse_number(std::string_view text, long long low, long long high, long lon
 
 bool curve_mode(long long mode) { return (mode >= 0 && mode <= 5) || (mode >= 11 && mode <= 17); }
 
-// Evenly spread levels: round(255 k / (n - 1)).
-std::string even_levels(int n) {
-  std::string text;
-  for (int k = 0; k < n; ++k) text += std::to_string((255 * k + (n - 1) / 2) / (n - 1)) + ",";
-  return text;
-}
-
 }  // namespace
 
 struct halftone_job {
@@ -113,12 +106,10 @@ int halftone_job::set(std::string_view key, char const* value) {
       start = comma + 1;
       if (token.empty() && comma == v.size() && count > 0) break;  // a closing comma
       if (!parse_number(token, 0, 255, n) || n <= previous)
-        return fail(
-            HALFTONE_ERR_BAD_VALUE,
-            std::string(info().id) + " reads " + std::to_string(info().levels) +
-                " rising greys 0-255 as \"levels\", such as \"" +
-                even_levels(info().levels).substr(0, even_levels(info().levels).size() - 1) +
-                "\"; got \"" + std::string(v) + "\"");
+        return fail(HALFTONE_ERR_BAD_VALUE,
+                    std::string(info().id) + " reads " + std::to_string(info().levels) +
+                        " rising greys 0-255 as \"levels\", such as \"" + info().default_levels +
+                        "\"; got \"" + std::string(v) + "\"");
       previous = static_cast<int>(n);
       normalised += std::to_string(n) + ",";
       ++count;
@@ -193,7 +184,7 @@ int halftone_job::prepare() {
     if (const int code = halftone::check_tone_file(halftone::data_path("ToneAry.ham"), why))
       return fail(code, why);
     const std::string text =
-        levels.empty() && info().levels > 0 ? even_levels(info().levels) : levels;
+        levels.empty() && info().default_levels ? std::string(info().default_levels) + "," : levels;
     halftone::apply_tone_setup(mode, text.c_str());
   }
   if (reads(HALFTONE_NEEDS_BUILT_MATRIX)) halftone::matrix::build_dither_matrix();
