@@ -27,10 +27,12 @@
 #include <cstdint>
 #include <memory>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "frame/band_lines.h"
 #include "frame/feedback_random.h"
+#include "frame/lanes.h"
 #include "frame/layout.h"
 #include "frame/no_memory.h"
 #include "frame/plane_threads.h"
@@ -99,6 +101,46 @@ class RowOut {
   std::uint32_t gathered_ = 0;
 };
 
+#if defined(__GNUC__) || defined(__clang__)
+// A pixel of every plane of a lane group: one column, each lane its plane's grey.
+struct LanePixel {
+  std::uint32_t x;
+  std::uint32_t y;
+  Lanes s;
+};
+
+// The output rows of a lane group, gathered as RowOut does, one lane a plane;
+// lanes past the group's planes are never stored.
+template <unsigned kBits>
+class LaneRowOut {
+ public:
+  static constexpr std::uint32_t kPerByte = 8 / kBits;
+
+  LaneRowOut(unsigned char* const* rows, std::uint32_t count) : count_(count) {
+    for (std::uint32_t l = 0; l < kLanes; ++l) rows_[l] = rows[l];
+  }
+
+  void put(std::uint32_t x, Lanes code) {
+    gathered_ |= code << static_cast<int>((kPerByte - 1 - x % kPerByte) * kBits);
+  }
+
+  template <Dir D>
+  void after(std::uint32_t x, bool row_end) {
+    const bool completes = D == Dir::Ltr ? x % kPerByte == kPerByte - 1 : x % kPerByte == 0;
+    if (completes || row_end) {
+      for (std::uint32_t l = 0; l < count_; ++l)
+        rows_[l][x / kPerByte] = static_cast<unsigned char>(gathered_[l]);
+      gathered_ = Lanes{};
+    }
+  }
+
+ private:
+  unsigned char* rows_[kLanes];
+  std::uint32_t count_;
+  Lanes gathered_{};
+};
+#endif
+
 // Draws a pixel makes in each role, where the count never depends on the
 // image or on earlier draws. A policy that leaves it at kDrawsVary has its
 // planes screened one after the other whatever the job's "threads" says.
@@ -132,6 +174,9 @@ struct PolicyBase {
   // Bits a pixel of the output: 1 (dots), 2 or 4 (codes).
   static constexpr unsigned kBits = 1;
   static constexpr DrawCount kDraws = kDrawsVary;
+  // The pixel rule is written for Lanes too and the scan direction depends
+  // on the row alone: the planes may run side by side in lanes.
+  static constexpr bool kLanes = false;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
   void begin_plane(std::uint32_t /*plane*/) {}
@@ -169,7 +214,12 @@ class BandEngine {
       reseed_screening();
     if (width_ != 0 && height_ != 0) {
       if (control_.planes > 1 && Policy::kDraws.fixed())
-        planes_at_once(lines, state().threads);
+#if defined(__GNUC__) || defined(__clang__)
+        if constexpr (Policy::kLanes)
+          planes_in_lanes(lines, state().threads);
+        else
+#endif
+          planes_at_once(lines, state().threads);
       else
         for (std::uint32_t p = 0; p < control_.planes; ++p)
           plane(lines.ValueLineA(), lines.ValueLineB(), lines.CarryLine(p, width_), p,
@@ -243,6 +293,122 @@ class BandEngine {
     });
     shared = start[planes];
   }
+
+#if defined(__GNUC__) || defined(__clang__)
+  // Planes whose draws are known ahead, in groups of up to four, one a lane:
+  // every lane starts from the generator as the planes before it leave it,
+  // as in planes_at_once, and the rule runs once for the whole group. The
+  // planes are cut into runs on `threads` threads, each run in groups.
+  void planes_in_lanes(BandLines<T>& lines, unsigned threads) {
+    const std::uint32_t planes = control_.planes;
+    FeedbackRandom& shared = screening_random();
+    const RandomJump plane_draws(Policy::kDraws.plane(width_, height_));
+    std::vector<RandomTable> start(planes + 1);
+    start[0] = table_of(shared);
+    for (std::uint32_t p = 0; p < planes; ++p) start[p + 1] = plane_draws.apply(start[p]);
+    for_plane_runs(planes, threads, [&](std::uint32_t first, std::uint32_t end) {
+      // Two working lines and two rows of source greys, lane by lane.
+      std::unique_ptr<Lanes[]> work(new Lanes[4 * std::size_t{width_}]);
+      Lanes* const w = work.get();
+      for (std::uint32_t p = first; p < end; p += kLanes) {
+        const std::uint32_t n = end - p < kLanes ? end - p : kLanes;
+        Policy policy = policy_;
+        BandEngine(policy, source_, dots_, width_, height_, control_)
+            .lane_group(lines, p, n, start.data() + p, w, w + width_, w + 2 * width_,
+                        w + 3 * width_);
+      }
+    });
+    shared = generator_at(start[planes]);
+  }
+
+  struct LaneRow {
+    Lanes* cur;
+    Lanes* below;
+    T* const* carry;
+    Lanes const* src;
+    Lanes const* src_next;
+    unsigned char* const* out;
+    std::uint32_t count;
+    std::uint32_t y;
+  };
+
+  // Row r of planes [p, p + n) into `greys`; lanes past n repeat plane p.
+  void gather(Lanes* greys, std::uint32_t p, std::uint32_t n, std::uint32_t r) const {
+    unsigned char const* rows[kLanes];
+    for (std::uint32_t l = 0; l < kLanes; ++l) rows[l] = src_row(p + (l < n ? l : 0), r);
+    for (std::uint32_t x = 0; x < width_; ++x)
+      greys[x] = Lanes{rows[0][x], rows[1][x], rows[2][x], rows[3][x]};
+  }
+
+  void lane_group(BandLines<T>& lines, std::uint32_t p, std::uint32_t n, RandomTable const* tables,
+                  Lanes* a, Lanes* b, Lanes* greys, Lanes* next_greys) {
+    LaneRandom rng(tables, n);
+    T* carry[kLanes];
+    for (std::uint32_t l = 0; l < kLanes; ++l) carry[l] = lines.CarryLine(p + (l < n ? l : 0), width_);
+    gather(greys, p, n, 0);
+    for (std::uint32_t x = 0; x < width_; ++x) {
+      const Lanes held{carry[0][x], carry[1][x], carry[2][x], carry[3][x]};
+      if constexpr (Policy::kValueLines)
+        a[x] = wrap16(greys[x] + held);
+      else
+        a[x] = wrap16(broadcast(policy_.first_row_base(x)) + held);
+    }
+    for (std::uint32_t l = 0; l < n; ++l)
+      for (std::uint32_t x = 0; x < width_; ++x) carry[l][x] = T{};
+    for (std::uint32_t r = 0; r < height_; ++r) {
+      const bool last = r + 1 == height_;
+      if (!last) gather(next_greys, p, n, r + 1);
+      unsigned char* out[kLanes];
+      for (std::uint32_t l = 0; l < kLanes; ++l) out[l] = out_row(p + (l < n ? l : 0), r);
+      const LaneRow row{(r & 1u) ? b : a, (r & 1u) ? a : b, carry, greys, next_greys, out, n, r};
+      if (policy_.begin_row(p, r) == Dir::Ltr) {
+        if (last)
+          lane_scan<Dir::Ltr, Role::LastInner, Role::LastEnd>(row, rng);
+        else
+          lane_scan<Dir::Ltr, Role::Inner, Role::RowEnd>(row, rng);
+      } else {
+        if (last)
+          lane_scan<Dir::Rtl, Role::LastInner, Role::LastEnd>(row, rng);
+        else
+          lane_scan<Dir::Rtl, Role::Inner, Role::RowEnd>(row, rng);
+      }
+      std::swap(greys, next_greys);
+    }
+  }
+
+  template <Dir D, Role Body, Role End>
+  void lane_scan(LaneRow const& row, LaneRandom& rng) {
+    LaneRowOut<Policy::kBits> out(row.out, row.count);
+    std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
+    Lanes ahead{};
+    for (std::uint32_t n = width_ - 1; n != 0; --n) {
+      ahead = lane_step<D, Body>(row, x, ahead, out, rng);
+      out.template after<D>(x, false);
+      if constexpr (D == Dir::Ltr)
+        ++x;
+      else
+        --x;
+    }
+    (void)lane_step<D, End>(row, x, ahead, out, rng);
+    out.template after<D>(x, true);
+  }
+
+  template <Dir D, Role R>
+  inline Lanes lane_step(LaneRow const& row, std::uint32_t x, Lanes incoming,
+                         LaneRowOut<Policy::kBits>& out, LaneRandom& rng) {
+    const Lanes v = wrap16(row.cur[x] + incoming);
+    const auto sh = policy_.template pixel<D, R>(v, LanePixel{x, row.y, row.src[x]}, out, rng);
+    if constexpr (!is_last_row(R)) {
+      if constexpr (Policy::kValueLines)
+        row.below[x] = wrap16(row.src_next[x] + sh.below);
+      else
+        row.below[x] = wrap16(broadcast(policy_.below_base(x, row.y)) + sh.below);
+    } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
+      for (std::uint32_t l = 0; l < row.count; ++l) row.carry[l][x] = wrap16(sh.below[l]);
+    }
+    return sh.ahead;
+  }
+#endif
 
   Row row_of(T* a, T* b, T* carry, std::uint32_t p, std::uint32_t r) const {
     return Row{(r & 1u) ? b : a,
@@ -377,7 +543,8 @@ class BandEngine {
   template <Dir D, Role R>
   inline typename Policy::Acc step(Row const& row, std::uint32_t x, typename Policy::Acc incoming,
                                    RowOut<Policy::kBits>& out, FeedbackRandom& rng) {
-    const T v = store(T{}, row.cur[x] + incoming);
+    using Acc = typename Policy::Acc;
+    const Acc v = store(T{}, row.cur[x] + incoming);
     const auto sh = policy_.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "frame/lanes.h"
 #include "frame/layout.h"
 #include "frame/select.h"
 #include "frame/tone_curves.h"
@@ -20,6 +21,26 @@ struct Decision {
   std::uint32_t code;
   std::int16_t e;
 };
+
+// The decisions that the lane screens use are templates over the value as
+// well (frame/lanes.h); their one-plane `decide(int16_t, uint32_t)` is the
+// template's result at int32_t.
+template <class V>
+struct DecisionOf {
+  V code;
+  V e;
+};
+
+inline std::int32_t choose(bool m, std::int32_t a, std::int32_t b) { return m ? a : b; }
+#if defined(__GNUC__) || defined(__clang__)
+inline Lanes choose(Lanes m, Lanes a, Lanes b) { return blend(m, a, b); }
+#endif
+
+template <class Decide>
+Decision decide_one(Decide const& d, std::int16_t v, std::uint32_t s) {
+  const DecisionOf<std::int32_t> r = d.decide_any(std::int32_t{v}, static_cast<std::int32_t>(s));
+  return {static_cast<std::uint32_t>(r.code), static_cast<std::int16_t>(r.e)};
+}
 
 inline Decision coded(std::uint32_t code, std::int32_t v, std::int32_t level) {
   return {code, wrap16(v - level)};
@@ -49,22 +70,30 @@ struct BracketedFourLevel {
         b1(bytes[1]),
         b2(bytes[2]) {}
 
+  static constexpr bool kLanes = true;
+
   // The codes of the four value ranges follow from the grey alone; the
   // value then picks one with conditional moves, innermost range first, so
   // that the outcome is the cascade's for any order of the midpoints.
-  Decision decide(std::int16_t v, std::uint32_t s) const {
-    const std::int32_t low = s <= b1 ? 3 : s <= b2 ? 2 : 1;   // v <= m32
-    const std::int32_t third = s <= b2 ? 2 : 1;               // v > m32
-    const std::int32_t second = s <= b1 ? 2 : 1;              // v > m21
-    const std::int32_t high = s <= b1 ? 2 : s <= b2 ? 1 : 0;  // v > m10
-    const std::int32_t code = select_at_most(
+  template <class V>
+  DecisionOf<V> decide_any(V v, V s) const {
+    const V one = V{} + 1, two = V{} + 2, three = V{} + 3;
+    const auto dark1 = at_most(s, static_cast<std::int32_t>(b1));
+    const auto dark2 = at_most(s, static_cast<std::int32_t>(b2));
+    const V low = choose(dark1, three, choose(dark2, two, one));  // v <= m32
+    const V third = choose(dark2, two, one);                      // v > m32
+    const V second = choose(dark1, two, one);                     // v > m21
+    const V high = choose(dark1, two, choose(dark2, one, V{}));   // v > m10
+    const V code = select_at_most(
         v, m10, select_at_most(v, m21, select_at_most(v, m32, low, third), second), high);
-    const std::int32_t grey = select_at_most(
+    const V grey = select_at_most(
         v, m10,
-        select_at_most(v, m21, select_at_most(v, m32, level[low], level[third]), level[second]),
-        level[high]);
-    return {static_cast<std::uint32_t>(code), wrap16(v - grey)};
+        select_at_most(v, m21, select_at_most(v, m32, lookup(level, low), lookup(level, third)),
+                       lookup(level, second)),
+        lookup(level, high));
+    return {code, wrap16(v - grey)};
   }
+  Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
 
 // Eight host-set levels: parameter byte k is the grey of code 7 - k (byte 0
@@ -72,6 +101,7 @@ struct BracketedFourLevel {
 // source pulls the code far toward the light end, while the outer rows only
 // allow the two codes next to v.
 struct BracketedEightLevel {
+  static constexpr bool kLanes = false;
   std::int32_t level[8];  // grey of code c
   std::int32_t mid[7];    // between code c and code c + 1
   std::uint32_t b[8];     // the bytes as the source is tested against them
@@ -82,6 +112,12 @@ struct BracketedEightLevel {
       b[c] = bytes[c];
     }
     for (int c = 0; c < 7; ++c) mid[c] = midpoint(bytes[6 - c], bytes[7 - c]);
+  }
+
+  template <class V>
+  DecisionOf<V> decide_any(V v, V s) const {
+    const Decision d = decide(static_cast<std::int16_t>(v), static_cast<std::uint32_t>(s));
+    return {static_cast<V>(d.code), d.e};
   }
 
   Decision decide(std::int16_t v, std::uint32_t s) const {
@@ -115,11 +151,19 @@ template <std::uint32_t kCodes, int kShift>
 struct EvenLevels {
   static_assert((1u << (8 - kShift)) == kCodes);
   static constexpr std::int32_t kTop = kCodes - 1;
+  // 255 / kTop is whole for four codes: the level is then a product.
+  static constexpr bool kLanes = 255 % kTop == 0;
 
-  Decision decide(std::int16_t v, std::uint32_t /*s*/) const {
-    const std::int32_t band = std::clamp((static_cast<std::int32_t>(v) - 1) >> kShift, 0, kTop);
-    return coded(static_cast<std::uint32_t>(kTop - band), v, 255 * band / kTop);
+  template <class V>
+  DecisionOf<V> decide_any(V v, V /*s*/) const {
+    const V below = (v - 1) >> kShift;
+    const V band = choose(above(below, kTop), V{} + kTop, choose(above(below, 0), below, V{}));
+    if constexpr (kLanes)
+      return {kTop - band, wrap16(v - band * (255 / kTop))};
+    else
+      return {kTop - band, wrap16(v - 255 * band / kTop)};
   }
+  Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
 using FixedFourLevel = EvenLevels<4, 6>;
 using FixedEightLevel = EvenLevels<8, 5>;
@@ -127,13 +171,14 @@ using FixedEightLevel = EvenLevels<8, 5>;
 // Two levels: a value of at most 128 is a dot, written as `dot_code`, and
 // passes itself on; a lighter value writes nothing and passes on v - 255.
 struct TwoLevel {
+  static constexpr bool kLanes = true;
   std::uint32_t dot_code;
 
-  Decision decide(std::int16_t v, std::uint32_t /*s*/) const {
-    return {
-        static_cast<std::uint32_t>(select_at_most(v, 128, static_cast<std::int32_t>(dot_code), 0)),
-        wrap16(select_at_most(v, 128, v, v - 255))};
+  template <class V>
+  DecisionOf<V> decide_any(V v, V /*s*/) const {
+    return {select_at_most(v, 128, V{} + static_cast<std::int32_t>(dot_code), V{}), select_at_most(v, 128, v, v - 255)};
   }
+  Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
 
 }  // namespace halftone

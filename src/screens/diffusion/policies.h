@@ -22,17 +22,20 @@ using engine::two_thirds;
 using Shares = engine::Shares<std::int32_t>;
 using Out = engine::RowOut<1>;
 
+// The rules are templates over the value: int32_t for one plane, Lanes for
+// planes side by side (frame/lanes.h); `kLanes` lets the engine use the latter.
+
 // One plane, one call: a 1 sends the error below, a 0 ahead; row ends drop it
 // on a 0. The last row keeps it in the row on a 1 and drops it on a 0, and its
 // final pixel draws nothing. The working lines live for the call only.
 struct RandomDirectionPage : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
-    const std::int32_t e = quantise<false>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {0, 0};
-    const std::int32_t keep = -static_cast<std::int32_t>(rng.bit());  // all ones on a 1
-    if constexpr (R == Role::LastInner) return {e & keep, 0};
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    const V e = quantise<false>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
+    const V keep = ones_if(rng.bit());  // all ones on a 1
+    if constexpr (R == Role::LastInner) return {e & keep, V{}};
     return {e & ~keep, e & keep};
   }
 };
@@ -42,12 +45,13 @@ struct RandomDirectionPage : engine::PolicyBase<std::int16_t> {
 // the carry.
 struct RandomDirection : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
-    const std::int32_t e = quantise<false>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {0, 0};
-    const std::int32_t one = -static_cast<std::int32_t>(rng.bit());
-    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+  static constexpr bool kLanes = true;
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    const V e = quantise<false>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
+    const V one = ones_if(rng.bit());
+    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
     if constexpr (R == Role::LastInner) return {e & ~one, e & one};
     return {e & one, e & ~one};
   }
@@ -57,12 +61,12 @@ struct RandomDirection : engine::PolicyBase<std::int16_t> {
 // and 0 split in thirds, mirrored between the directions. The last row
 // exchanges 3 and 1 (3 sends everything into the carry) and splits as a
 // right-to-left row does, in both directions.
-template <Dir D, Role R>
-Shares split_thirds(std::int32_t e, std::uint32_t r2) {
-  const std::int32_t t = third(e), tt = two_thirds(e);
-  if constexpr (R == Role::LastInner) return {pick(r2, tt, e, t, 0), pick(r2, t, 0, tt, e)};
-  if constexpr (D == Dir::Ltr) return {pick(r2, t, 0, tt, e), pick(r2, tt, e, t, 0)};
-  return {pick(r2, tt, 0, t, e), pick(r2, t, e, tt, 0)};
+template <Dir D, Role R, class V, class R2>
+engine::Shares<V> split_thirds(V e, R2 r2) {
+  const V t = third(e), tt = two_thirds(e), none{};
+  if constexpr (R == Role::LastInner) return {pick(r2, tt, e, t, none), pick(r2, t, none, tt, e)};
+  if constexpr (D == Dir::Ltr) return {pick(r2, t, none, tt, e), pick(r2, tt, e, t, none)};
+  return {pick(r2, tt, none, t, e), pick(r2, t, e, tt, none)};
 }
 
 // Thirds with the tone push: white pixels are never inked, the error is
@@ -70,14 +74,15 @@ Shares split_thirds(std::int32_t e, std::uint32_t r2) {
 // drawing.
 struct TonePush : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 0, 1, 0};
+  static constexpr bool kLanes = true;
   ActiveToneCurves curves = active_curves();
 
-  template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
-    std::int32_t e = quantise<true>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {0, 0};
-    e = engine::tone_push<D>(static_cast<std::int16_t>(e), px, curves);
-    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    V e = quantise<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
+    e = engine::tone_push<D>(e, px, curves);
+    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
     return split_thirds<D, R>(e, rng.two_bits());
   }
 };
@@ -86,12 +91,13 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
 // Row ends make one draw, ignore it and send two thirds below.
 struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
-    const std::int32_t e = quantise_inverted<true>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {0, 0};
-    const std::uint32_t r2 = rng.two_bits();
-    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+  static constexpr bool kLanes = true;
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    const V e = quantise_inverted<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
+    const auto r2 = rng.two_bits();
+    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
     return split_thirds<D, R>(e, r2);
   }
 };
@@ -103,16 +109,18 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
 // ignore it and send two thirds below.
 struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
-    const std::int32_t e = quantise_inverted<false>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {0, 0};
-    const std::uint32_t r = rng.two_bits();
-    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
-    const std::int32_t q = engine::quarter(e), tq = engine::three_quarters(e);
-    if constexpr (R == Role::LastInner) return {pick(r, tq, e, q, 0), pick(r, q, 0, tq, e)};
-    if constexpr (D == Dir::Ltr) return {pick(r, tq, e, tq, 0), pick(r, q, 0, q, e)};
-    return {pick(r, e, q, 0, tq), pick(r, 0, tq, e, q)};
+  static constexpr bool kLanes = true;
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    const V e = quantise_inverted<false>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
+    const auto r = rng.two_bits();
+    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
+    const V q = engine::quarter(e), tq = engine::three_quarters(e), none{};
+    if constexpr (R == Role::LastInner)
+      return {pick(r, tq, e, q, none), pick(r, q, none, tq, e)};
+    if constexpr (D == Dir::Ltr) return {pick(r, tq, e, tq, none), pick(r, q, none, q, e)};
+    return {pick(r, e, q, none, tq), pick(r, none, tq, e, q)};
   }
 };
 
@@ -124,14 +132,15 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
 struct Conserving : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
+  static constexpr bool kLanes = true;
 
-  template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom& rng) {
-    const std::int32_t e = quantise<true>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {0, 0};
-    const std::int32_t one = -static_cast<std::int32_t>(rng.bit());
-    const std::int32_t t = third(e), rest = e - t;
-    if constexpr (R == Role::RowEnd) return {0, two_thirds(e) & ~one};
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    const V e = quantise<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
+    const V one = ones_if(rng.bit());
+    const V t = third(e), rest = e - t;
+    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e) & ~one};
     if constexpr (R == Role::LastInner) return {t & ~one, (e & one) | (rest & ~one)};
     return {(e & one) | (t & ~one), rest & ~one};
   }

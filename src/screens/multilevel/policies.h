@@ -32,14 +32,14 @@ struct FourBitCells {
 struct ToneBias {
   ActiveToneCurves curves = active_curves();
 
-  template <Dir D>
-  std::int16_t apply(std::int16_t e, Pixel px) const {
+  template <Dir D, class V, class Px>
+  V apply(V e, Px const& px) const {
     return engine::tone_push<D>(e, px, curves);
   }
 };
 struct NoBias {
-  template <Dir D>
-  std::int16_t apply(std::int16_t e, Pixel) const {
+  template <Dir D, class V, class Px>
+  V apply(V e, Px const&) const {
     return e;
   }
 };
@@ -54,16 +54,17 @@ struct HalvesSpread {
   template <Role R>
   static constexpr bool kSilent = R == Role::LastEnd;
 
-  template <Dir D, Role R>
-  static Shares spread(std::int32_t e, FeedbackRandom& rng) {
-    const std::uint32_t r = rng.two_bits();
-    if constexpr (R == Role::RowEnd) return {0, two_thirds(e)};
+  template <Dir D, Role R, class V, class Rng>
+  static engine::Shares<V> spread(V e, Rng& rng) {
+    const auto r = rng.two_bits();
+    const V none{};
+    if constexpr (R == Role::RowEnd) return {none, two_thirds(e)};
     if constexpr (R == Role::LastInner) {
-      const std::int32_t t = third(e), tt = two_thirds(e);
-      return {pick(r, tt, e, t, 0), pick(r, t, 0, tt, e)};
+      const V t = third(e), tt = two_thirds(e);
+      return {pick(r, tt, e, t, none), pick(r, t, none, tt, e)};
     }
-    const std::int32_t h = half(e);
-    return {pick(r, h, 0, h, e), pick(r, h, e, h, 0)};
+    const V h = half(e);
+    return {pick(r, h, none, h, e), pick(r, h, e, h, none)};
   }
 };
 
@@ -76,29 +77,31 @@ struct ThirdSplit {
   template <Role R>
   static constexpr bool kSilent = false;
 
-  template <Dir D, Role R>
-  static Shares spread(std::int32_t e, FeedbackRandom& rng) {
-    const std::int32_t t = third(e), rest = e - t;
-    const std::int32_t one =
-        -static_cast<std::int32_t>(rng.bit());  // a noise bit: masks, no branch
+  template <Dir D, Role R, class V, class Rng>
+  static engine::Shares<V> spread(V e, Rng& rng) {
+    const V t = third(e), rest = e - t;
+    const V one = ones_if(rng.bit());  // a noise bit: masks, no branch
     return {(rest & one) | (t & ~one), (t & one) | (rest & ~one)};
   }
 };
 
+// A decision, a push and a spread; written over the value type, so the
+// planes run in lanes wherever the decision can.
 template <class Decide, class Bias, class Spread, class Cells>
 struct CodeScreen : engine::PolicyBase<std::int16_t> {
   static constexpr bool kCarryOnlyAfterRtl = Spread::kCarryOnlyAfterRtl;
   static constexpr engine::DrawCount kDraws = Spread::kDraws;
   static constexpr unsigned kBits = Cells::kBits;
+  static constexpr bool kLanes = Decide::kLanes;
 
   Decide decision{};
   Bias bias{};
 
-  template <Dir D, Role R>
-  Shares pixel(std::int16_t v, Pixel px, engine::RowOut<kBits>& out, FeedbackRandom& rng) {
-    const Decision d = decision.decide(v, px.s);
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    const DecisionOf<V> d = decision.decide_any(v, static_cast<V>(px.s));
     out.put(px.x, d.code);
-    if constexpr (Spread::template kSilent<R>) return {0, 0};
+    if constexpr (Spread::template kSilent<R>) return {V{}, V{}};
     return Spread::template spread<D, R>(bias.template apply<D>(d.e, px), rng);
   }
 };
