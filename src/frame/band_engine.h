@@ -121,7 +121,7 @@ class LaneRowOut {
   }
 
   void put(std::uint32_t x, Lanes code) {
-    gathered_ |= code << static_cast<int>((kPerByte - 1 - x % kPerByte) * kBits);
+    gathered_ |= code << static_cast<std::int16_t>((kPerByte - 1 - x % kPerByte) * kBits);
   }
 
   template <Dir D>
@@ -129,7 +129,7 @@ class LaneRowOut {
     const bool completes = D == Dir::Ltr ? x % kPerByte == kPerByte - 1 : x % kPerByte == 0;
     if (completes || row_end) {
       for (std::uint32_t l = 0; l < count_; ++l)
-        rows_[l][x / kPerByte] = static_cast<unsigned char>(gathered_[l]);
+        rows_[l][x / kPerByte] = static_cast<unsigned char>(lane(gathered_, l));
       gathered_ = Lanes{};
     }
   }
@@ -337,17 +337,18 @@ class BandEngine {
     unsigned char const* rows[kLanes];
     for (std::uint32_t l = 0; l < kLanes; ++l) rows[l] = src_row(p + (l < n ? l : 0), r);
     for (std::uint32_t x = 0; x < width_; ++x)
-      greys[x] = Lanes{rows[0][x], rows[1][x], rows[2][x], rows[3][x]};
+      greys[x] = lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]);
   }
 
   void lane_group(BandLines<T>& lines, std::uint32_t p, std::uint32_t n, RandomTable const* tables,
                   Lanes* a, Lanes* b, Lanes* greys, Lanes* next_greys) {
     LaneRandom rng(tables, n);
     T* carry[kLanes];
-    for (std::uint32_t l = 0; l < kLanes; ++l) carry[l] = lines.CarryLine(p + (l < n ? l : 0), width_);
+    for (std::uint32_t l = 0; l < kLanes; ++l)
+      carry[l] = lines.CarryLine(p + (l < n ? l : 0), width_);
     gather(greys, p, n, 0);
     for (std::uint32_t x = 0; x < width_; ++x) {
-      const Lanes held{carry[0][x], carry[1][x], carry[2][x], carry[3][x]};
+      const Lanes held = lanes_of(carry[0][x], carry[1][x], carry[2][x], carry[3][x]);
       if constexpr (Policy::kValueLines)
         a[x] = wrap16(greys[x] + held);
       else
@@ -376,35 +377,40 @@ class BandEngine {
     }
   }
 
+  // The policy is copied into the scan, so that nothing the loop stores
+  // can alias it and its values stay in registers; lane policies keep no
+  // state of their own from pixel to pixel.
   template <Dir D, Role Body, Role End>
   void lane_scan(LaneRow const& row, LaneRandom& rng) {
+    Policy policy = policy_;
     LaneRowOut<Policy::kBits> out(row.out, row.count);
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
     Lanes ahead{};
     for (std::uint32_t n = width_ - 1; n != 0; --n) {
-      ahead = lane_step<D, Body>(row, x, ahead, out, rng);
+      ahead = lane_step<D, Body>(policy, row, x, ahead, out, rng);
       out.template after<D>(x, false);
       if constexpr (D == Dir::Ltr)
         ++x;
       else
         --x;
     }
-    (void)lane_step<D, End>(row, x, ahead, out, rng);
+    (void)lane_step<D, End>(policy, row, x, ahead, out, rng);
     out.template after<D>(x, true);
   }
 
   template <Dir D, Role R>
-  inline Lanes lane_step(LaneRow const& row, std::uint32_t x, Lanes incoming,
-                         LaneRowOut<Policy::kBits>& out, LaneRandom& rng) {
+  static inline Lanes lane_step(Policy& policy, LaneRow const& row, std::uint32_t x, Lanes incoming,
+                                LaneRowOut<Policy::kBits>& out, LaneRandom& rng) {
     const Lanes v = wrap16(row.cur[x] + incoming);
-    const auto sh = policy_.template pixel<D, R>(v, LanePixel{x, row.y, row.src[x]}, out, rng);
+    const auto sh = policy.template pixel<D, R>(v, LanePixel{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)
         row.below[x] = wrap16(row.src_next[x] + sh.below);
       else
-        row.below[x] = wrap16(broadcast(policy_.below_base(x, row.y)) + sh.below);
+        row.below[x] = wrap16(broadcast(policy.below_base(x, row.y)) + sh.below);
     } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
-      for (std::uint32_t l = 0; l < row.count; ++l) row.carry[l][x] = wrap16(sh.below[l]);
+      for (std::uint32_t l = 0; l < row.count; ++l)
+        row.carry[l][x] = static_cast<T>(lane(sh.below, l));
     }
     return sh.ahead;
   }

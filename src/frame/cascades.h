@@ -77,7 +77,7 @@ struct BracketedFourLevel {
   // that the outcome is the cascade's for any order of the midpoints.
   template <class V>
   DecisionOf<V> decide_any(V v, V s) const {
-    const V one = V{} + 1, two = V{} + 2, three = V{} + 3;
+    const V one = splat<V>(1), two = splat<V>(2), three = splat<V>(3);
     const auto dark1 = at_most(s, static_cast<std::int32_t>(b1));
     const auto dark2 = at_most(s, static_cast<std::int32_t>(b2));
     const V low = choose(dark1, three, choose(dark2, two, one));  // v <= m32
@@ -86,11 +86,15 @@ struct BracketedFourLevel {
     const V high = choose(dark1, two, choose(dark2, one, V{}));   // v > m10
     const V code = select_at_most(
         v, m10, select_at_most(v, m21, select_at_most(v, m32, low, third), second), high);
+    const V l0 = splat<V>(level[0]), l1 = splat<V>(level[1]), l2 = splat<V>(level[2]),
+            l3 = splat<V>(level[3]);
     const V grey = select_at_most(
         v, m10,
-        select_at_most(v, m21, select_at_most(v, m32, lookup(level, low), lookup(level, third)),
-                       lookup(level, second)),
-        lookup(level, high));
+        select_at_most(
+            v, m21,
+            select_at_most(v, m32, choose(dark1, l3, choose(dark2, l2, l1)), choose(dark2, l2, l1)),
+            choose(dark1, l2, l1)),
+        choose(dark1, l2, choose(dark2, l1, l0)));
     return {code, wrap16(v - grey)};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
@@ -156,8 +160,8 @@ struct EvenLevels {
 
   template <class V>
   DecisionOf<V> decide_any(V v, V /*s*/) const {
-    const V below = (v - 1) >> kShift;
-    const V band = choose(above(below, kTop), V{} + kTop, choose(above(below, 0), below, V{}));
+    const V below = less_one(v) >> kShift;
+    const V band = choose(above(below, kTop), splat<V>(kTop), choose(above(below, 0), below, V{}));
     if constexpr (kLanes)
       return {kTop - band, wrap16(v - band * (255 / kTop))};
     else
@@ -176,7 +180,8 @@ struct TwoLevel {
 
   template <class V>
   DecisionOf<V> decide_any(V v, V /*s*/) const {
-    return {select_at_most(v, 128, V{} + static_cast<std::int32_t>(dot_code), V{}), select_at_most(v, 128, v, v - 255)};
+    return {select_at_most(v, 128, splat<V>(static_cast<std::int32_t>(dot_code)), V{}),
+            select_at_most(v, 128, v, v - 255)};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };

@@ -34,80 +34,101 @@ inline std::int32_t lookup(std::uint8_t const* table, std::uint32_t i) { return 
 inline std::int32_t lookup(std::int32_t const* table, std::uint32_t i) { return table[i]; }
 // All ones when `bit` (0 or 1) is set.
 inline std::int32_t ones_if(std::uint32_t bit) { return -static_cast<std::int32_t>(bit); }
+inline std::int32_t less_one(std::int32_t v) { return v - 1; }
+// The constant v as a value of type V.
+template <class V>
+inline V splat(std::int32_t v) {
+  return static_cast<V>(v);
+}
 
 #if defined(__GNUC__) || defined(__clang__)
 inline constexpr bool kHaveLanes = true;
 inline constexpr std::uint32_t kLanes = 4;
 
-using Lanes = std::int32_t __attribute__((vector_size(16)));
-using LanesU = std::uint32_t __attribute__((vector_size(16)));
+// Eight 16-bit elements; plane l of the group is element 2l, the low half of
+// the vector's 32-bit word l, and the odd elements are never read. Every
+// value a rule keeps is a 16-bit value, so the elements wrap exactly where
+// the rules wrap, and the generator's 32-bit draws need no conversion.
+using Lanes = std::int16_t __attribute__((vector_size(16)));
+using Words = std::uint32_t __attribute__((vector_size(16)));
 
-inline Lanes broadcast(std::int32_t v) { return Lanes{v, v, v, v}; }
+inline std::int32_t lane(Lanes v, std::uint32_t l) { return v[2 * l]; }
+inline Lanes lanes_of(std::int32_t a, std::int32_t b, std::int32_t c, std::int32_t d) {
+  return Lanes{static_cast<std::int16_t>(a), 0, static_cast<std::int16_t>(b), 0,
+               static_cast<std::int16_t>(c), 0, static_cast<std::int16_t>(d), 0};
+}
+inline Lanes broadcast(std::int32_t v) { return Lanes{} + static_cast<std::int16_t>(v); }
+template <>
+inline Lanes splat<Lanes>(std::int32_t v) {
+  return broadcast(v);
+}
 
 // Comparisons give all ones in a lane where they hold.
-inline Lanes at_most(Lanes v, std::int32_t limit) { return v <= limit; }
-inline Lanes above(Lanes v, std::int32_t limit) { return v > limit; }
+inline Lanes at_most(Lanes v, std::int32_t limit) { return v <= static_cast<std::int16_t>(limit); }
+inline Lanes above(Lanes v, std::int32_t limit) { return v > static_cast<std::int16_t>(limit); }
 inline Lanes dot_code(Lanes dot) { return dot & 1; }
 inline Lanes ones_if(Lanes bit) { return -bit; }
 inline Lanes blend(Lanes mask, Lanes a, Lanes b) { return (a & mask) | (b & ~mask); }
 
-inline Lanes wrap16(Lanes v) { return (v << 16) >> 16; }
+inline Lanes wrap16(Lanes v) { return v; }
+// v - 1 where it stays in range; -32768 stays put (both shift to the same
+// clamped band).
+inline Lanes less_one(Lanes v) { return v - ((v != -32768) & 1); }
 
-inline Lanes select_at_most(Lanes v, std::int32_t limit, Lanes at_most_, Lanes above) {
-  return blend(v <= limit, at_most_, above);
+inline Lanes select_at_most(Lanes v, std::int32_t limit, Lanes at_most_, Lanes above_) {
+  return blend(at_most(v, limit), at_most_, above_);
 }
 
-inline Lanes lookup(std::uint8_t const* table, Lanes i) {
-  return Lanes{table[i[0]], table[i[1]], table[i[2]], table[i[3]]};
-}
-inline Lanes lookup(std::int32_t const* table, Lanes i) {
-  return Lanes{table[i[0]], table[i[1]], table[i[2]], table[i[3]]};
-}
-
-// (e * m) >> 16, rounded down, for e in the 16-bit range and m a 16-bit
-// multiplier: one 16-bit multiply-high on the low halves of the lanes.
-template <std::int16_t kM>
-inline Lanes mul_high(Lanes e) {
-#if defined(__SSE2__)
-  const Lanes high = reinterpret_cast<Lanes>(_mm_mulhi_epi16(
-      reinterpret_cast<__m128i>(e), _mm_set1_epi32(static_cast<std::uint16_t>(kM))));
-  return (high << 16) >> 16;
-#else
-  return (e * kM) >> 16;
-#endif
+template <class Table>
+inline Lanes lookup(Table const* table, Lanes i) {
+  return lanes_of(table[static_cast<std::uint16_t>(i[0])], table[static_cast<std::uint16_t>(i[2])],
+                  table[static_cast<std::uint16_t>(i[4])], table[static_cast<std::uint16_t>(i[6])]);
 }
 
 namespace engine {
 
-// Divisions truncating toward zero, for values in the 16-bit range (every
-// error the screens split is one). e / 3 is (e * 21846) >> 16 plus one for a
-// negative e; (2e) / 3 is (e * 43691) >> 16 plus one for a negative e, where
-// e * 43691 = e * (43691 - 65536) + e * 65536.
-inline Lanes third(Lanes e) { return mul_high<21846>(e) - (e >> 31); }
-inline Lanes two_thirds(Lanes e) { return mul_high<-21845>(e) + e - (e >> 31); }
-inline Lanes half(Lanes e) { return (e - (e >> 31)) >> 1; }
-inline Lanes quarter(Lanes e) { return (e + ((e >> 31) & 3)) >> 2; }
+// (e * m) >> 16, rounded down.
+template <std::int16_t kM>
+inline Lanes mul_high(Lanes e) {
+#if defined(__SSE2__)
+  return reinterpret_cast<Lanes>(_mm_mulhi_epi16(reinterpret_cast<__m128i>(e), _mm_set1_epi16(kM)));
+#else
+  using Wide = std::int32_t __attribute__((vector_size(32)));
+  return __builtin_convertvector((__builtin_convertvector(e, Wide) * kM) >> 16, Lanes);
+#endif
+}
+
+// Divisions truncating toward zero, exact for every 16-bit value. e / 3 is
+// (e * 21846) >> 16 plus one for a negative e; (2e) / 3 is (e * 43691) >> 16
+// plus one for a negative e, where e * 43691 = e * (43691 - 65536) + e * 65536.
+// (3e) / 4 is 3 (e / 4) plus the remainder's three quarters, which is the
+// remainder moved one toward zero.
+inline Lanes sign_bit(Lanes e) { return e >> 15; }  // -1 for a negative e
+inline Lanes third(Lanes e) { return mul_high<21846>(e) - sign_bit(e); }
+inline Lanes two_thirds(Lanes e) { return mul_high<-21845>(e) + e - sign_bit(e); }
+inline Lanes half(Lanes e) { return (e - sign_bit(e)) >> 1; }
+inline Lanes quarter(Lanes e) { return (e + (sign_bit(e) & 3)) >> 2; }
 inline Lanes three_quarters(Lanes e) {
-  const Lanes t = e * 3;
-  return (t + ((t >> 31) & 3)) >> 2;
+  const Lanes q = quarter(e), r = e - (q << 2);
+  return q * 3 + r + (r > 0) - (r < 0);
 }
 inline Lanes shift_half(Lanes e) { return e >> 1; }
 
 }  // namespace engine
 
-// Four copies of the additive generator, one a lane, drawn in step. Each lane
-// starts from its own table; every lane's table is kept in draw order, so one
-// front and rear serve all.
+// Four copies of the additive generator, one a 32-bit word of the vector,
+// drawn in step. Each copy starts from its own table; every table is kept in
+// draw order, so one front and rear serve all.
 class LaneRandom {
  public:
   explicit LaneRandom(RandomTable const* tables, std::uint32_t count) {
     for (int k = 0; k < FeedbackRandom::kDegree; ++k)
-      for (std::uint32_t l = 0; l < kLanes; ++l)
-        state_[k][l] = tables[l < count ? l : 0].words[k];
+      for (std::uint32_t l = 0; l < kLanes; ++l) state_[k][l] = tables[l < count ? l : 0].words[k];
   }
 
+  // The draws' low 16 bits, each in its plane's lane.
   inline Lanes draw() {
-    const LanesU sum = state_[front_] + state_[rear_];
+    const Words sum = state_[front_] + state_[rear_];
     state_[front_] = sum;
     if (++front_ == FeedbackRandom::kDegree) {
       front_ = 0;
@@ -121,7 +142,7 @@ class LaneRandom {
   inline Lanes two_bits() { return draw() & 3; }
 
  private:
-  LanesU state_[FeedbackRandom::kDegree];
+  Words state_[FeedbackRandom::kDegree];
   int front_ = 0;
   int rear_ = FeedbackRandom::kDegree - FeedbackRandom::kSeparation;
 };

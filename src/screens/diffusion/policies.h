@@ -117,8 +117,7 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
     const auto r = rng.two_bits();
     if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
     const V q = engine::quarter(e), tq = engine::three_quarters(e), none{};
-    if constexpr (R == Role::LastInner)
-      return {pick(r, tq, e, q, none), pick(r, q, none, tq, e)};
+    if constexpr (R == Role::LastInner) return {pick(r, tq, e, q, none), pick(r, q, none, tq, e)};
     if constexpr (D == Dir::Ltr) return {pick(r, tq, e, tq, none), pick(r, q, none, q, e)};
     return {pick(r, e, q, none, tq), pick(r, none, tq, e, q)};
   }

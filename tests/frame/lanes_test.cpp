@@ -1,0 +1,61 @@
+// The lane operations against the plain integer ones, on every 16-bit value,
+// and the lane generator against four plain generators.
+#include "frame/lanes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "frame/band_engine.h"
+
+namespace halftone {
+namespace {
+
+#if defined(__GNUC__) || defined(__clang__)
+TEST(Lanes, SplitsEqualThePlainIntegerSplitsForEveryValue) {
+  struct Case {
+    char const* name;
+    Lanes (*lanes)(Lanes);
+    std::int32_t (*plain)(std::int32_t);
+  };
+  const Case cases[] = {
+      {"third", engine::third, engine::third},
+      {"two_thirds", engine::two_thirds, engine::two_thirds},
+      {"half", engine::half, engine::half},
+      {"quarter", engine::quarter, engine::quarter},
+      {"three_quarters", engine::three_quarters, engine::three_quarters},
+      {"shift_half", engine::shift_half, engine::shift_half},
+      {"less_one >> 5", [](Lanes v) { return less_one(v) >> 5; },
+       // -32768 stays put: it lands in the same band as -32769 once clamped.
+       [](std::int32_t v) { return std::max(less_one(v) >> 5, -1024); }},
+  };
+  for (Case const& c : cases)
+    for (std::int32_t e = -32768; e <= 32767; e += 4) {
+      const Lanes got = c.lanes(lanes_of(e, e + 1, e + 2, e + 3));
+      for (std::uint32_t l = 0; l < kLanes; ++l) {
+        const std::int32_t v = e + static_cast<std::int32_t>(l);
+        ASSERT_EQ(lane(got, l), c.plain(v)) << c.name << " of " << v;
+      }
+    }
+}
+
+TEST(Lanes, GeneratorDrawsAsFourPlainGenerators) {
+  RandomTable tables[kLanes];
+  FeedbackRandom plain[kLanes];
+  for (std::uint32_t l = 0; l < kLanes; ++l) {
+    plain[l].seed(1000 + 77 * l);
+    for (std::uint32_t k = 0; k < l * 5; ++k) plain[l].draw();  // fronts differ
+    tables[l] = table_of(plain[l]);
+  }
+  LaneRandom lanes(tables, kLanes);
+  for (int n = 0; n < 200; ++n) {
+    const Lanes d = lanes.draw();
+    for (std::uint32_t l = 0; l < kLanes; ++l)
+      ASSERT_EQ(static_cast<std::uint16_t>(lane(d, l)), plain[l].draw() & 0xFFFFu);
+  }
+}
+#endif
+
+}  // namespace
+}  // namespace halftone
