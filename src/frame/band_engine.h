@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "frame/band_lines.h"
+#include "frame/cpu.h"
 #include "frame/feedback_random.h"
 #include "frame/lanes.h"
 #include "frame/layout.h"
@@ -214,12 +215,7 @@ class BandEngine {
       reseed_screening();
     if (width_ != 0 && height_ != 0) {
       if (control_.planes > 1 && Policy::kDraws.fixed())
-#if defined(__GNUC__) || defined(__clang__)
-        if constexpr (Policy::kLanes)
-          planes_in_lanes(lines, state().threads);
-        else
-#endif
-          planes_at_once(lines, state().threads);
+        several_planes(lines, state().threads);
       else
         for (std::uint32_t p = 0; p < control_.planes; ++p)
           plane(lines.ValueLineA(), lines.ValueLineB(), lines.CarryLine(p, width_), p,
@@ -244,6 +240,20 @@ class BandEngine {
   }
   unsigned char* out_row(std::uint32_t p, std::uint32_t r) const {
     return dots_ + (static_cast<std::size_t>(r) * control_.planes + p) * out_stride_;
+  }
+
+  // Lanes take the planes' parallelism into one thread: they pay while each
+  // thread's run has three planes or more. With fewer a run, threads that
+  // screen their planes two at a time are faster.
+  void several_planes(BandLines<T>& lines, unsigned threads) {
+#if defined(__GNUC__) || defined(__clang__)
+    if constexpr (Policy::kLanes) {
+      const std::uint32_t planes = control_.planes;
+      const std::uint32_t runs = threads < 1 ? 1u : (threads < planes ? threads : planes);
+      if (planes / runs >= 3) return planes_in_lanes(lines, threads);
+    }
+#endif
+    planes_at_once(lines, threads);
   }
 
   // Planes whose draws are known ahead, byte for byte as one after the
@@ -295,6 +305,7 @@ class BandEngine {
   }
 
 #if defined(__GNUC__) || defined(__clang__)
+
   // Planes whose draws are known ahead, in groups of up to four, one a lane:
   // every lane starts from the generator as the planes before it leave it,
   // as in planes_at_once, and the rule runs once for the whole group. The
@@ -340,8 +351,27 @@ class BandEngine {
       greys[x] = lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]);
   }
 
+  // The group's rows, compiled a second time for AVX2 (three-operand forms,
+  // one-instruction blends), chosen at run time.
   void lane_group(BandLines<T>& lines, std::uint32_t p, std::uint32_t n, RandomTable const* tables,
                   Lanes* a, Lanes* b, Lanes* greys, Lanes* next_greys) {
+#if defined(__x86_64__)
+    if (cpu_has_avx2()) return lane_group_avx2(lines, p, n, tables, a, b, greys, next_greys);
+#endif
+    lane_rows(lines, p, n, tables, a, b, greys, next_greys);
+  }
+#if defined(__x86_64__)
+  __attribute__((target("avx2"), flatten)) void lane_group_avx2(BandLines<T>& lines,
+                                                                std::uint32_t p, std::uint32_t n,
+                                                                RandomTable const* tables, Lanes* a,
+                                                                Lanes* b, Lanes* greys,
+                                                                Lanes* next_greys) {
+    lane_rows(lines, p, n, tables, a, b, greys, next_greys);
+  }
+#endif
+
+  void lane_rows(BandLines<T>& lines, std::uint32_t p, std::uint32_t n, RandomTable const* tables,
+                 Lanes* a, Lanes* b, Lanes* greys, Lanes* next_greys) {
     LaneRandom rng(tables, n);
     T* carry[kLanes];
     for (std::uint32_t l = 0; l < kLanes; ++l)

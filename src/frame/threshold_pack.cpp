@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "frame/cpu.h"
+
 #if defined(__x86_64__) || defined(_M_X64)
 #include <immintrin.h>
 #define HALFTONE_SSE2 1
@@ -135,19 +137,24 @@ __attribute__((target("avx2"))) void avx2_row(unsigned char const* source, unsig
                   });
 }
 
-bool has_avx2() {
-  static const bool yes = __builtin_cpu_supports("avx2");
-  return yes;
-}
 #endif
 
 }  // namespace
+
+bool cpu_has_avx2() {
+#ifdef HALFTONE_AVX2
+  static const bool yes = __builtin_cpu_supports("avx2");
+  return yes;
+#else
+  return false;
+#endif
+}
 
 void threshold_pack_row(unsigned char const* source, unsigned char* out, std::uint32_t width,
                         ThresholdRing const& ring, std::uint32_t shift, DotTest test,
                         VectorPath path) {
 #ifdef HALFTONE_AVX2
-  if (path == VectorPath::Best && has_avx2())
+  if (path == VectorPath::Best && cpu_has_avx2())
     return avx2_row(source, out, width, ring, shift, test);
 #endif
 #ifdef HALFTONE_SSE2
@@ -158,7 +165,7 @@ void threshold_pack_row(unsigned char const* source, unsigned char* out, std::ui
 
 char const* threshold_pack_path() {
 #ifdef HALFTONE_AVX2
-  if (has_avx2()) return "avx2";
+  if (cpu_has_avx2()) return "avx2";
 #endif
 #ifdef HALFTONE_SSE2
   return "sse2";
