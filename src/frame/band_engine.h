@@ -347,8 +347,7 @@ class BandEngine {
   void gather(Lanes* greys, std::uint32_t p, std::uint32_t n, std::uint32_t r) const {
     unsigned char const* rows[kLanes];
     for (std::uint32_t l = 0; l < kLanes; ++l) rows[l] = src_row(p + (l < n ? l : 0), r);
-    for (std::uint32_t x = 0; x < width_; ++x)
-      greys[x] = lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]);
+    gather_greys(greys, rows, width_);
   }
 
   // The group's rows, compiled a second time for AVX2 (three-operand forms,

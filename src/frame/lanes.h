@@ -85,6 +85,34 @@ inline Lanes lookup(Table const* table, Lanes i) {
                   table[static_cast<std::uint16_t>(i[4])], table[static_cast<std::uint16_t>(i[6])]);
 }
 
+// Pixels [0, width) of four rows of greys, pixel x into out[x].
+inline void gather_greys(Lanes* out, unsigned char const* const* rows, std::uint32_t width) {
+  std::uint32_t x = 0;
+#if defined(__SSE2__)
+  // Sixteen pixels at a time: the four rows' bytes interleaved pixel by
+  // pixel, then widened twice, to 16 and to 32 bits.
+  const __m128i zero = _mm_setzero_si128();
+  for (; width - x >= 16; x += 16) {
+    __m128i r[4];
+    for (int l = 0; l < 4; ++l)
+      r[l] = _mm_loadu_si128(reinterpret_cast<__m128i const*>(rows[l] + x));
+    const __m128i lo01 = _mm_unpacklo_epi8(r[0], r[1]), hi01 = _mm_unpackhi_epi8(r[0], r[1]);
+    const __m128i lo23 = _mm_unpacklo_epi8(r[2], r[3]), hi23 = _mm_unpackhi_epi8(r[2], r[3]);
+    const __m128i quads[4] = {_mm_unpacklo_epi16(lo01, lo23), _mm_unpackhi_epi16(lo01, lo23),
+                              _mm_unpacklo_epi16(hi01, hi23), _mm_unpackhi_epi16(hi01, hi23)};
+    for (int q = 0; q < 4; ++q) {
+      const __m128i pairs[2] = {_mm_unpacklo_epi8(quads[q], zero),
+                                _mm_unpackhi_epi8(quads[q], zero)};
+      for (int h = 0; h < 2; ++h) {
+        out[x + 4 * q + 2 * h] = reinterpret_cast<Lanes>(_mm_unpacklo_epi16(pairs[h], zero));
+        out[x + 4 * q + 2 * h + 1] = reinterpret_cast<Lanes>(_mm_unpackhi_epi16(pairs[h], zero));
+      }
+    }
+  }
+#endif
+  for (; x < width; ++x) out[x] = lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]);
+}
+
 namespace engine {
 
 // (e * m) >> 16, rounded down.
