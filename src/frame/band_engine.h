@@ -180,6 +180,11 @@ struct PolicyBase {
   static constexpr bool kLanes = false;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
+  // After reseeding, before any plane: a policy whose draws follow from the
+  // generator alone, never from the image, may make every plane's draws here,
+  // in the order the planes would make them, and declare kDraws of 0.
+  void plan_draws(std::uint32_t /*planes*/, std::uint32_t /*width*/, std::uint32_t /*height*/,
+                  FeedbackRandom& /*rng*/) {}
   void begin_plane(std::uint32_t /*plane*/) {}
   Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) { return (r & 1u) ? Dir::Rtl : Dir::Ltr; }
   // Error lines: the first row's value before the carry, and the row below's.
@@ -214,6 +219,7 @@ class BandEngine {
         (Policy::kReseed == Reseed::FirstBand && control_.first_band()))
       reseed_screening();
     if (width_ != 0 && height_ != 0) {
+      policy_.plan_draws(control_.planes, width_, height_, screening_random());
       if (control_.planes > 1 && Policy::kDraws.fixed())
         several_planes(lines, state().threads);
       else

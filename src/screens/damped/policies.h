@@ -2,6 +2,9 @@
 // the band engine each; the export table runs them on the engine.
 #pragma once
 #include <cstdint>
+#include <cstring>
+#include <memory>
+#include <vector>
 
 #include "frame/band_engine.h"
 #include "screens/damped/noise_tables.h"
@@ -14,36 +17,23 @@ using engine::Role;
 using Out = engine::RowOut<1>;
 using Shares = engine::Shares<double>;
 
-// The double-precision dot test: a value of at most 128.0 is a dot and passes
-// itself on; a lighter value passes on value - 255.0.
-inline double quantise(double v, std::uint32_t x, Out& out) {
-  const bool dot = v <= 128.0;
-  out.put(x, dot);
-  return dot ? v : v - 255.0;
-}
-
 inline constexpr std::uint16_t kRunLengths[4] = {11, 10, 11, 10};
 inline constexpr double kRunDamping = 0.97;
 
-// Random runs in doubles: each pixel's damped error goes whole to one
-// neighbour, the next pixel along the row or the pixel below, and the choice
-// switches after runs of 10 or 11 pixels whose lengths are drawn at random.
-// No error ever reaches the carry row, so every band starts from its source
-// alone; the run state and the scan direction restart at every plane.
-struct RandomRuns : engine::PolicyBase<double> {
+// The runs of the random-runs screen: where each pixel's error goes, as the
+// generator alone decides it.
+struct Runs {
   std::uint16_t left = 0;    // pixels left in the run; 0 starts a new one
   std::int16_t index = 0;    // run-length index last chosen
   std::int16_t repeats = 0;  // times in a row the drawn index equalled it
   std::uint32_t along = 0;   // 1: error to the next pixel; 0: below
-
-  void begin_plane(std::uint32_t) { left = 0, index = 0, repeats = 0, along = 0; }
 
   // Every pixel makes a draw it does not use. A pixel that finds no run under
   // way draws the next run's length index. A drawn index equal to the current
   // one counts as a repeat (the index starts at 0 in every plane); the second
   // repeat in a row is replaced, by 1 if it was 0 and by 0 otherwise. Each run
   // flips where the error goes.
-  void advance(FeedbackRandom& rng) {
+  std::uint32_t advance(FeedbackRandom& rng) {
     (void)rng.draw();
     if (left == 0) {
       const auto d = static_cast<std::int16_t>(rng.draw() & 3u);
@@ -60,21 +50,98 @@ struct RandomRuns : engine::PolicyBase<double> {
       along ^= 1u;
     }
     left = static_cast<std::uint16_t>(left - 1u);
+    return along;
   }
+};
+
+// x where `keep`, else 0.0, without a branch on a bit that flips every run.
+inline double keep_if(double x, std::uint32_t keep) {
+  std::uint64_t bits;
+  std::memcpy(&bits, &x, sizeof bits);
+  bits &= -static_cast<std::uint64_t>(keep);
+  std::memcpy(&x, &bits, sizeof x);
+  return x;
+}
+
+// The double-precision dot test: a value of at most 128.0 is a dot and passes
+// itself on; a lighter value passes on value - 255.0. Without a branch: the
+// dots follow the image, so a branch would be mispredicted as often as they
+// change.
+inline double quantise(double v, std::uint32_t x, Out& out) {
+  const bool dot = v <= 128.0;
+  out.put(x, dot);
+  return v - keep_if(255.0, !dot);
+}
+
+// Random runs in doubles: each pixel's damped error goes whole to one
+// neighbour, the next pixel along the row or the pixel below, and the choice
+// switches after runs of 10 or 11 pixels whose lengths are drawn at random.
+// No error ever reaches the carry row, so every band starts from its source
+// alone; the run state and the scan direction restart at every plane.
+//
+// The runs never depend on the image, so every plane's runs are drawn before
+// any plane is screened (one bit a pixel, in plane order, as the planes would
+// draw them one after the other); the planes then screen like any other,
+// several at once.
+struct RandomRuns : engine::PolicyBase<double> {
+  static constexpr engine::DrawCount kDraws{0, 0, 0, 0};
+  // Bit x % 64 of word x / 64 of a row: 1 where pixel x sends its error along.
+  std::shared_ptr<std::vector<std::uint64_t>> plan;
+  std::size_t row_words = 0;
+  std::size_t plane_words = 0;
+  std::uint64_t const* bits = nullptr;  // the plane being screened
+
+  // Every pixel but the band's final one advances the runs.
+  void plan_draws(std::uint32_t planes, std::uint32_t width, std::uint32_t height,
+                  FeedbackRandom& rng) {
+    row_words = (std::size_t{width} + 63) / 64;
+    plane_words = row_words * height;
+    plan = std::make_shared<std::vector<std::uint64_t>>(plane_words * planes);
+    for (std::uint32_t p = 0; p < planes; ++p) {
+      Runs runs;
+      for (std::uint32_t y = 0; y < height; ++y) {
+        std::uint64_t* const row = plan->data() + p * plane_words + y * row_words;
+        const std::uint32_t n = y + 1 == height ? width - 1 : width;
+        if ((y & 1u) == 0)
+          plan_row<Dir::Ltr>(row, n, 0, runs, rng);
+        else
+          plan_row<Dir::Rtl>(row, n, width - 1, runs, rng);
+      }
+    }
+  }
+
+  // n pixels from x in scan direction, a word stored as it fills or ends.
+  template <Dir D>
+  static void plan_row(std::uint64_t* row, std::uint32_t n, std::uint32_t x, Runs& runs,
+                       FeedbackRandom& rng) {
+    std::uint64_t word = 0;
+    for (; n != 0; --n) {
+      word |= std::uint64_t{runs.advance(rng)} << (x & 63u);
+      const bool full = D == Dir::Ltr ? (x & 63u) == 63u : (x & 63u) == 0;
+      if (full || n == 1) {
+        row[x / 64] = word;
+        word = 0;
+      }
+      x = D == Dir::Ltr ? x + 1 : x - 1;
+    }
+  }
+
+  void begin_plane(std::uint32_t p) { bits = plan->data() + p * plane_words; }
 
   // Ordinary rows damp the error; a row end can only send it down, so the run
   // under way carries on into the next row. The band's last row sends the
   // error undamped along the row or drops it, and its final pixel only
   // decides its dot.
   template <Dir D, Role R>
-  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom& rng) {
+  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom&) {
     const double e = quantise(v, px.x, out);
     if constexpr (R == Role::LastEnd) return {0.0, 0.0};
-    advance(rng);
-    if constexpr (R == Role::LastInner) return {along ? e : 0.0, 0.0};
+    const auto along = static_cast<std::uint32_t>(
+        (bits[px.y * row_words + px.x / 64] >> (px.x & 63u)) & 1u);
+    if constexpr (R == Role::LastInner) return {keep_if(e, along), 0.0};
     const double damped = e * kRunDamping;
-    if constexpr (R == Role::RowEnd) return {0.0, along ? 0.0 : damped};
-    return {along ? damped : 0.0, along ? 0.0 : damped};
+    if constexpr (R == Role::RowEnd) return {0.0, keep_if(damped, along ^ 1u)};
+    return {keep_if(damped, along), keep_if(damped, along ^ 1u)};
   }
 };
 
