@@ -104,15 +104,17 @@ class RowOut {
 
 #if defined(__GNUC__) || defined(__clang__)
 // A pixel of every plane of a lane group: one column, each lane its plane's grey.
+template <class V>
 struct LanePixel {
   std::uint32_t x;
   std::uint32_t y;
-  Lanes s;
+  V s;
 };
 
 // The output rows of a lane group, gathered as RowOut does, one lane a plane;
-// lanes past the group's planes are never stored.
-template <unsigned kBits>
+// lanes past the group's planes are never stored. G is the vector the rule's
+// codes or dot masks come in.
+template <unsigned kBits, class G>
 class LaneRowOut {
  public:
   static constexpr std::uint32_t kPerByte = 8 / kBits;
@@ -121,8 +123,8 @@ class LaneRowOut {
     for (std::uint32_t l = 0; l < kLanes; ++l) rows_[l] = rows[l];
   }
 
-  void put(std::uint32_t x, Lanes code) {
-    gathered_ |= code << static_cast<std::int16_t>((kPerByte - 1 - x % kPerByte) * kBits);
+  void put(std::uint32_t x, G code) {
+    gathered_ |= code << static_cast<int>((kPerByte - 1 - x % kPerByte) * kBits);
   }
 
   template <Dir D>
@@ -131,14 +133,14 @@ class LaneRowOut {
     if (completes || row_end) {
       for (std::uint32_t l = 0; l < count_; ++l)
         rows_[l][x / kPerByte] = static_cast<unsigned char>(lane(gathered_, l));
-      gathered_ = Lanes{};
+      gathered_ = G{};
     }
   }
 
  private:
   unsigned char* rows_[kLanes];
   std::uint32_t count_;
-  Lanes gathered_{};
+  G gathered_{};
 };
 #endif
 
@@ -177,7 +179,7 @@ struct PolicyBase {
   static constexpr DrawCount kDraws = kDrawsVary;
   // The pixel rule is written for Lanes too and the scan direction depends
   // on the row alone: the planes may run side by side in lanes.
-  static constexpr bool kLanes = false;
+  static constexpr bool kLaneRule = false;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
   // After reseeding, before any plane: a policy whose draws follow from the
@@ -186,6 +188,8 @@ struct PolicyBase {
   void plan_draws(std::uint32_t /*planes*/, std::uint32_t /*width*/, std::uint32_t /*height*/,
                   FeedbackRandom& /*rng*/) {}
   void begin_plane(std::uint32_t /*plane*/) {}
+  // Lane rules: planes [plane, plane + count) are screened side by side.
+  void begin_lanes(std::uint32_t /*plane*/, std::uint32_t /*count*/) {}
   Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) { return (r & 1u) ? Dir::Rtl : Dir::Ltr; }
   // Error lines: the first row's value before the carry, and the row below's.
   Acc first_row_base(std::uint32_t /*x*/) const { return Acc{}; }
@@ -253,7 +257,7 @@ class BandEngine {
   // screen their planes two at a time are faster.
   void several_planes(BandLines<T>& lines, unsigned threads) {
 #if defined(__GNUC__) || defined(__clang__)
-    if constexpr (Policy::kLanes) {
+    if constexpr (Policy::kLaneRule) {
       const std::uint32_t planes = control_.planes;
       const std::uint32_t runs = threads < 1 ? 1u : (threads < planes ? threads : planes);
       if (planes / runs >= 3) return planes_in_lanes(lines, threads);
@@ -325,8 +329,8 @@ class BandEngine {
     for (std::uint32_t p = 0; p < planes; ++p) start[p + 1] = plane_draws.apply(start[p]);
     for_plane_runs(planes, threads, [&](std::uint32_t first, std::uint32_t end) {
       // Two working lines and two rows of source greys, lane by lane.
-      std::unique_ptr<Lanes[]> work(new Lanes[4 * std::size_t{width_}]);
-      Lanes* const w = work.get();
+      std::unique_ptr<V[]> work(new V[4 * std::size_t{width_}]);
+      V* const w = work.get();
       for (std::uint32_t p = first; p < end; p += kLanes) {
         const std::uint32_t n = end - p < kLanes ? end - p : kLanes;
         Policy policy = policy_;
@@ -338,19 +342,22 @@ class BandEngine {
     shared = generator_at(start[planes]);
   }
 
+  using V = typename LanesOf<T>::type;
+  using Out = LaneRowOut<Policy::kBits, typename LanesOf<T>::Gathered>;
+
   struct LaneRow {
-    Lanes* cur;
-    Lanes* below;
+    V* cur;
+    V* below;
     T* const* carry;
-    Lanes const* src;
-    Lanes const* src_next;
+    V const* src;
+    V const* src_next;
     unsigned char* const* out;
     std::uint32_t count;
     std::uint32_t y;
   };
 
   // Row r of planes [p, p + n) into `greys`; lanes past n repeat plane p.
-  void gather(Lanes* greys, std::uint32_t p, std::uint32_t n, std::uint32_t r) const {
+  void gather(V* greys, std::uint32_t p, std::uint32_t n, std::uint32_t r) const {
     unsigned char const* rows[kLanes];
     for (std::uint32_t l = 0; l < kLanes; ++l) rows[l] = src_row(p + (l < n ? l : 0), r);
     gather_greys(greys, rows, width_);
@@ -359,7 +366,7 @@ class BandEngine {
   // The group's rows, compiled a second time for AVX2 (three-operand forms,
   // one-instruction blends), chosen at run time.
   void lane_group(BandLines<T>& lines, std::uint32_t p, std::uint32_t n, RandomTable const* tables,
-                  Lanes* a, Lanes* b, Lanes* greys, Lanes* next_greys) {
+                  V* a, V* b, V* greys, V* next_greys) {
 #if defined(__x86_64__)
     if (cpu_has_avx2()) return lane_group_avx2(lines, p, n, tables, a, b, greys, next_greys);
 #endif
@@ -368,26 +375,26 @@ class BandEngine {
 #if defined(__x86_64__)
   __attribute__((target("avx2"), flatten)) void lane_group_avx2(BandLines<T>& lines,
                                                                 std::uint32_t p, std::uint32_t n,
-                                                                RandomTable const* tables, Lanes* a,
-                                                                Lanes* b, Lanes* greys,
-                                                                Lanes* next_greys) {
+                                                                RandomTable const* tables, V* a,
+                                                                V* b, V* greys, V* next_greys) {
     lane_rows(lines, p, n, tables, a, b, greys, next_greys);
   }
 #endif
 
   void lane_rows(BandLines<T>& lines, std::uint32_t p, std::uint32_t n, RandomTable const* tables,
-                 Lanes* a, Lanes* b, Lanes* greys, Lanes* next_greys) {
+                 V* a, V* b, V* greys, V* next_greys) {
     LaneRandom rng(tables, n);
+    policy_.begin_lanes(p, n);
     T* carry[kLanes];
     for (std::uint32_t l = 0; l < kLanes; ++l)
       carry[l] = lines.CarryLine(p + (l < n ? l : 0), width_);
     gather(greys, p, n, 0);
     for (std::uint32_t x = 0; x < width_; ++x) {
-      const Lanes held = lanes_of(carry[0][x], carry[1][x], carry[2][x], carry[3][x]);
+      const V held = lanes_of(carry[0][x], carry[1][x], carry[2][x], carry[3][x]);
       if constexpr (Policy::kValueLines)
-        a[x] = wrap16(greys[x] + held);
+        a[x] = greys[x] + held;
       else
-        a[x] = wrap16(broadcast(policy_.first_row_base(x)) + held);
+        a[x] = broadcast(policy_.first_row_base(x)) + held;
     }
     for (std::uint32_t l = 0; l < n; ++l)
       for (std::uint32_t x = 0; x < width_; ++x) carry[l][x] = T{};
@@ -418,9 +425,9 @@ class BandEngine {
   template <Dir D, Role Body, Role End>
   void lane_scan(LaneRow const& row, LaneRandom& rng) {
     Policy policy = policy_;
-    LaneRowOut<Policy::kBits> out(row.out, row.count);
+    Out out(row.out, row.count);
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
-    Lanes ahead{};
+    V ahead{};
     for (std::uint32_t n = width_ - 1; n != 0; --n) {
       ahead = lane_step<D, Body>(policy, row, x, ahead, out, rng);
       out.template after<D>(x, false);
@@ -434,15 +441,16 @@ class BandEngine {
   }
 
   template <Dir D, Role R>
-  static inline Lanes lane_step(Policy& policy, LaneRow const& row, std::uint32_t x, Lanes incoming,
-                                LaneRowOut<Policy::kBits>& out, LaneRandom& rng) {
-    const Lanes v = wrap16(row.cur[x] + incoming);
-    const auto sh = policy.template pixel<D, R>(v, LanePixel{x, row.y, row.src[x]}, out, rng);
+  static inline V lane_step(Policy& policy, LaneRow const& row, std::uint32_t x, V incoming,
+                            Out& out, LaneRandom& rng) {
+    // Lanes wrap as the lines do: no store() needed.
+    const V v = row.cur[x] + incoming;
+    const auto sh = policy.template pixel<D, R>(v, LanePixel<V>{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)
-        row.below[x] = wrap16(row.src_next[x] + sh.below);
+        row.below[x] = row.src_next[x] + sh.below;
       else
-        row.below[x] = wrap16(broadcast(policy.below_base(x, row.y)) + sh.below);
+        row.below[x] = broadcast(policy.below_base(x, row.y)) + sh.below;
     } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
       for (std::uint32_t l = 0; l < row.count; ++l)
         row.carry[l][x] = static_cast<T>(lane(sh.below, l));

@@ -70,7 +70,7 @@ struct BracketedFourLevel {
         b1(bytes[1]),
         b2(bytes[2]) {}
 
-  static constexpr bool kLanes = true;
+  static constexpr bool kLaneRule = true;
 
   // The codes of the four value ranges follow from the grey alone; the
   // value then picks one with conditional moves, innermost range first, so
@@ -105,7 +105,7 @@ struct BracketedFourLevel {
 // source pulls the code far toward the light end, while the outer rows only
 // allow the two codes next to v.
 struct BracketedEightLevel {
-  static constexpr bool kLanes = false;
+  static constexpr bool kLaneRule = false;
   std::int32_t level[8];  // grey of code c
   std::int32_t mid[7];    // between code c and code c + 1
   std::uint32_t b[8];     // the bytes as the source is tested against them
@@ -156,13 +156,13 @@ struct EvenLevels {
   static_assert((1u << (8 - kShift)) == kCodes);
   static constexpr std::int32_t kTop = kCodes - 1;
   // 255 / kTop is whole for four codes: the level is then a product.
-  static constexpr bool kLanes = 255 % kTop == 0;
+  static constexpr bool kLaneRule = 255 % kTop == 0;
 
   template <class V>
   DecisionOf<V> decide_any(V v, V /*s*/) const {
     const V below = less_one(v) >> kShift;
     const V band = choose(above(below, kTop), splat<V>(kTop), choose(above(below, 0), below, V{}));
-    if constexpr (kLanes)
+    if constexpr (kLaneRule)
       return {kTop - band, wrap16(v - band * (255 / kTop))};
     else
       return {kTop - band, wrap16(v - 255 * band / kTop)};
@@ -175,7 +175,7 @@ using FixedEightLevel = EvenLevels<8, 5>;
 // Two levels: a value of at most 128 is a dot, written as `dot_code`, and
 // passes itself on; a lighter value writes nothing and passes on v - 255.
 struct TwoLevel {
-  static constexpr bool kLanes = true;
+  static constexpr bool kLaneRule = true;
   std::uint32_t dot_code;
 
   template <class V>

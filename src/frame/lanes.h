@@ -13,6 +13,7 @@
 // plane after plane (kHaveLanes is false).
 #pragma once
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/feedback_random.h"
 #include "frame/layout.h"
@@ -85,8 +86,48 @@ inline Lanes lookup(Table const* table, Lanes i) {
                   table[static_cast<std::uint16_t>(i[4])], table[static_cast<std::uint16_t>(i[6])]);
 }
 
+// Four planes of double values, one an element, for the double screens; the
+// comparisons give 64-bit masks. These 32-byte vectors live only inside the
+// library's inlined loops, never across its interface (GCC's note that their
+// passing differs with and without AVX is turned off in the build).
+using DoubleLanes = double __attribute__((vector_size(32)));
+using Masks64 = std::int64_t __attribute__((vector_size(32)));
+using Words32 = std::int32_t __attribute__((vector_size(16)));
+
+inline double lane(DoubleLanes v, std::uint32_t l) { return v[l]; }
+inline std::int64_t lane(Masks64 v, std::uint32_t l) { return v[l]; }
+inline DoubleLanes lanes_of(double a, double b, double c, double d) {
+  return DoubleLanes{a, b, c, d};
+}
+inline DoubleLanes broadcast(double v) { return DoubleLanes{v, v, v, v}; }
+
+// The vector of four planes of a line type, and its 16-bit greys converted.
+template <class T>
+struct LanesOf;
+template <>
+struct LanesOf<std::int16_t> {
+  using type = Lanes;
+  using Gathered = Lanes;  // the dots or codes gathered for a byte
+  static Lanes from_greys(Lanes g) { return g; }
+};
+template <>
+struct LanesOf<double> {
+  using type = DoubleLanes;
+  using Gathered = Masks64;
+  static DoubleLanes from_greys(Lanes g) {
+    return __builtin_convertvector(reinterpret_cast<Words32>(g), DoubleLanes);
+  }
+};
+
+// x where the mask is set, else 0.0.
+inline DoubleLanes keep_if(DoubleLanes x, Masks64 keep) {
+  return reinterpret_cast<DoubleLanes>(reinterpret_cast<Masks64>(x) & keep);
+}
+
 // Pixels [0, width) of four rows of greys, pixel x into out[x].
-inline void gather_greys(Lanes* out, unsigned char const* const* rows, std::uint32_t width) {
+template <class V>
+inline void gather_greys(V* out, unsigned char const* const* rows, std::uint32_t width) {
+  using Kind = LanesOf<std::conditional_t<std::is_same_v<V, Lanes>, std::int16_t, double>>;
   std::uint32_t x = 0;
 #if defined(__SSE2__)
   // Sixteen pixels at a time: the four rows' bytes interleaved pixel by
@@ -104,13 +145,16 @@ inline void gather_greys(Lanes* out, unsigned char const* const* rows, std::uint
       const __m128i pairs[2] = {_mm_unpacklo_epi8(quads[q], zero),
                                 _mm_unpackhi_epi8(quads[q], zero)};
       for (int h = 0; h < 2; ++h) {
-        out[x + 4 * q + 2 * h] = reinterpret_cast<Lanes>(_mm_unpacklo_epi16(pairs[h], zero));
-        out[x + 4 * q + 2 * h + 1] = reinterpret_cast<Lanes>(_mm_unpackhi_epi16(pairs[h], zero));
+        out[x + 4 * q + 2 * h] =
+            Kind::from_greys(reinterpret_cast<Lanes>(_mm_unpacklo_epi16(pairs[h], zero)));
+        out[x + 4 * q + 2 * h + 1] =
+            Kind::from_greys(reinterpret_cast<Lanes>(_mm_unpackhi_epi16(pairs[h], zero)));
       }
     }
   }
 #endif
-  for (; x < width; ++x) out[x] = lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]);
+  for (; x < width; ++x)
+    out[x] = Kind::from_greys(lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]));
 }
 
 namespace engine {

@@ -72,6 +72,19 @@ inline double quantise(double v, std::uint32_t x, Out& out) {
   out.put(x, dot);
   return v - keep_if(255.0, !dot);
 }
+inline std::uint32_t flip(std::uint32_t bit) { return bit ^ 1u; }
+
+#if defined(__GNUC__) || defined(__clang__)
+// The same four planes at a time (frame/lanes.h).
+using halftone::keep_if;
+template <class LaneOut>
+inline DoubleLanes quantise(DoubleLanes v, std::uint32_t x, LaneOut& out) {
+  const Masks64 dot = v <= 128.0;
+  out.put(x, dot & 1);
+  return v - keep_if(broadcast(255.0), ~dot);
+}
+inline Masks64 flip(Masks64 mask) { return ~mask; }
+#endif
 
 // Random runs in doubles: each pixel's damped error goes whole to one
 // neighbour, the next pixel along the row or the pixel below, and the choice
@@ -97,17 +110,19 @@ struct RandomRuns : engine::PolicyBase<double> {
     row_words = (std::size_t{width} + 63) / 64;
     plane_words = row_words * height;
     plan = std::make_shared<std::vector<std::uint64_t>>(plane_words * planes);
+    FeedbackRandom local = rng;  // kept in registers: nothing stored can alias it
     for (std::uint32_t p = 0; p < planes; ++p) {
       Runs runs;
       for (std::uint32_t y = 0; y < height; ++y) {
         std::uint64_t* const row = plan->data() + p * plane_words + y * row_words;
         const std::uint32_t n = y + 1 == height ? width - 1 : width;
         if ((y & 1u) == 0)
-          plan_row<Dir::Ltr>(row, n, 0, runs, rng);
+          plan_row<Dir::Ltr>(row, n, 0, runs, local);
         else
-          plan_row<Dir::Rtl>(row, n, width - 1, runs, rng);
+          plan_row<Dir::Rtl>(row, n, width - 1, runs, local);
       }
     }
+    rng = local;
   }
 
   // n pixels from x in scan direction, a word stored as it fills or ends.
@@ -128,20 +143,42 @@ struct RandomRuns : engine::PolicyBase<double> {
 
   void begin_plane(std::uint32_t p) { bits = plan->data() + p * plane_words; }
 
+  // Whether pixel (x, y) sends its error along: 1 or 0 for a plane, a mask a
+  // lane for planes in lanes.
+  std::uint32_t along(double, std::uint32_t x, std::uint32_t y) const {
+    return static_cast<std::uint32_t>((bits[y * row_words + x / 64] >> (x & 63u)) & 1u);
+  }
+#if defined(__GNUC__) || defined(__clang__)
+  static constexpr bool kLaneRule = true;
+  std::uint64_t const* lane_bits[kLanes] = {};
+
+  void begin_lanes(std::uint32_t p, std::uint32_t n) {
+    for (std::uint32_t l = 0; l < kLanes; ++l)
+      lane_bits[l] = plan->data() + (p + (l < n ? l : 0)) * plane_words;
+  }
+  Masks64 along(DoubleLanes, std::uint32_t x, std::uint32_t y) const {
+    const std::size_t at = y * row_words + x / 64;
+    const std::uint32_t shift = x & 63u;
+    Masks64 bit{};
+    for (std::uint32_t l = 0; l < kLanes; ++l)
+      bit[l] = static_cast<std::int64_t>((lane_bits[l][at] >> shift) & 1u);
+    return -bit;
+  }
+#endif
+
   // Ordinary rows damp the error; a row end can only send it down, so the run
   // under way carries on into the next row. The band's last row sends the
   // error undamped along the row or drops it, and its final pixel only
   // decides its dot.
-  template <Dir D, Role R>
-  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom&) {
-    const double e = quantise(v, px.x, out);
-    if constexpr (R == Role::LastEnd) return {0.0, 0.0};
-    const auto along = static_cast<std::uint32_t>(
-        (bits[px.y * row_words + px.x / 64] >> (px.x & 63u)) & 1u);
-    if constexpr (R == Role::LastInner) return {keep_if(e, along), 0.0};
-    const double damped = e * kRunDamping;
-    if constexpr (R == Role::RowEnd) return {0.0, keep_if(damped, along ^ 1u)};
-    return {keep_if(damped, along), keep_if(damped, along ^ 1u)};
+  template <Dir D, Role R, class V, class Px, class RowOut, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, RowOut& out, Rng&) {
+    const V e = quantise(v, px.x, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
+    const auto to_next = along(V{}, px.x, px.y);
+    if constexpr (R == Role::LastInner) return {keep_if(e, to_next), V{}};
+    const V damped = e * kRunDamping;
+    if constexpr (R == Role::RowEnd) return {V{}, keep_if(damped, flip(to_next))};
+    return {keep_if(damped, to_next), keep_if(damped, flip(to_next))};
   }
 };
 

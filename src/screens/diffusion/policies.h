@@ -23,7 +23,7 @@ using Shares = engine::Shares<std::int32_t>;
 using Out = engine::RowOut<1>;
 
 // The rules are templates over the value: int32_t for one plane, Lanes for
-// planes side by side (frame/lanes.h); `kLanes` lets the engine use the latter.
+// planes side by side (frame/lanes.h); `kLaneRule` lets the engine use the latter.
 
 // One plane, one call: a 1 sends the error below, a 0 ahead; row ends drop it
 // on a 0. The last row keeps it in the row on a 1 and drops it on a 0, and its
@@ -45,7 +45,7 @@ struct RandomDirectionPage : engine::PolicyBase<std::int16_t> {
 // the carry.
 struct RandomDirection : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  static constexpr bool kLanes = true;
+  static constexpr bool kLaneRule = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise<false>(v, px, out);
@@ -74,7 +74,7 @@ engine::Shares<V> split_thirds(V e, R2 r2) {
 // drawing.
 struct TonePush : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 0, 1, 0};
-  static constexpr bool kLanes = true;
+  static constexpr bool kLaneRule = true;
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
@@ -91,7 +91,7 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
 // Row ends make one draw, ignore it and send two thirds below.
 struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  static constexpr bool kLanes = true;
+  static constexpr bool kLaneRule = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise_inverted<true>(v, px, out);
@@ -109,7 +109,7 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
 // ignore it and send two thirds below.
 struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  static constexpr bool kLanes = true;
+  static constexpr bool kLaneRule = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise_inverted<false>(v, px, out);
@@ -131,7 +131,7 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
 struct Conserving : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
-  static constexpr bool kLanes = true;
+  static constexpr bool kLaneRule = true;
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {

@@ -92,7 +92,7 @@ struct CodeScreen : engine::PolicyBase<std::int16_t> {
   static constexpr bool kCarryOnlyAfterRtl = Spread::kCarryOnlyAfterRtl;
   static constexpr engine::DrawCount kDraws = Spread::kDraws;
   static constexpr unsigned kBits = Cells::kBits;
-  static constexpr bool kLanes = Decide::kLanes;
+  static constexpr bool kLaneRule = Decide::kLaneRule;
 
   Decide decision{};
   Bias bias{};
