@@ -1,5 +1,6 @@
 #include "frame/threshold_pack.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "frame/cpu.h"
@@ -141,14 +142,20 @@ __attribute__((target("avx2"))) void avx2_row(unsigned char const* source, unsig
 
 }  // namespace
 
+namespace {
+std::atomic<bool> avx2_allowed{true};
+}  // namespace
+
 bool cpu_has_avx2() {
 #ifdef HALFTONE_AVX2
   static const bool yes = __builtin_cpu_supports("avx2");
-  return yes;
+  return yes && avx2_allowed.load(std::memory_order_relaxed);
 #else
   return false;
 #endif
 }
+
+void cpu_allow_avx2(bool allowed) { avx2_allowed.store(allowed, std::memory_order_relaxed); }
 
 void threshold_pack_row(unsigned char const* source, unsigned char* out, std::uint32_t width,
                         ThresholdRing const& ring, std::uint32_t shift, DotTest test,

@@ -1,5 +1,6 @@
 // The job API against the entry points by hand, for every screen, at any strides,
-// interleaved; planes in threads; a code for every bad call.
+// interleaved; planes in threads and in lanes with and without AVX2; a code for
+// every bad call.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "exports/registry.h"
+#include "frame/cpu.h"
 #include "frame/feedback_random.h"
 #include "halftone/halftone.h"
 #include "support/data_folder.h"
@@ -254,6 +256,10 @@ TEST(Threads, EveryBandedScreenGivesTheBytesOfOneThread) {
     const Bytes one = screen_planes(s, 1);
     ASSERT_FALSE(one.empty());
     for (unsigned threads : {2u, 3u}) EXPECT_EQ(screen_planes(s, threads), one) << threads;
+    // The planes in lanes (one thread) as a processor without AVX2 runs them.
+    cpu_allow_avx2(false);
+    EXPECT_EQ(screen_planes(s, 1), one) << "without AVX2";
+    cpu_allow_avx2(true);
   }
 }
 
