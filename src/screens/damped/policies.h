@@ -192,13 +192,14 @@ inline constexpr double kHalf = 0.5;
 // final pixel of the last row passes nothing on.
 struct DampedHalves : engine::PolicyBase<double> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
-  template <Dir D, Role R>
-  Shares pixel(double v, Pixel px, Out& out, FeedbackRandom& rng) {
-    const double e = quantise(v, px.x, out);
-    if constexpr (R == Role::LastEnd) return {0.0, 0.0};
+  static constexpr bool kLaneRule = true;
+  template <Dir D, Role R, class V, class Px, class RowOut, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, RowOut& out, Rng& rng) {
+    const V e = quantise(v, px.x, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
     (void)rng.draw();
-    const double h = e * kHalfDamping * kHalf;
-    if constexpr (R == Role::RowEnd) return {0.0, h};
+    const V h = e * kHalfDamping * kHalf;
+    if constexpr (R == Role::RowEnd) return {V{}, h};
     return {h, h};
   }
 };
