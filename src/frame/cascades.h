@@ -160,8 +160,7 @@ struct EvenLevels {
 
   template <class V>
   DecisionOf<V> decide_any(V v, V /*s*/) const {
-    const V below = less_one(v) >> kShift;
-    const V band = choose(above(below, kTop), splat<V>(kTop), choose(above(below, 0), below, V{}));
+    const V band = clamp(less_one(v) >> kShift, 0, kTop);
     if constexpr (kLaneRule)
       return {kTop - band, wrap16(v - band * (255 / kTop))};
     else

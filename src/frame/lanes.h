@@ -36,6 +36,9 @@ inline std::int32_t lookup(std::int32_t const* table, std::uint32_t i) { return 
 // All ones when `bit` (0 or 1) is set.
 inline std::int32_t ones_if(std::uint32_t bit) { return -static_cast<std::int32_t>(bit); }
 inline std::int32_t less_one(std::int32_t v) { return v - 1; }
+inline std::int32_t clamp(std::int32_t v, std::int32_t low, std::int32_t high) {
+  return v < low ? low : v > high ? high : v;
+}
 // The constant v as a value of type V.
 template <class V>
 inline V splat(std::int32_t v) {
@@ -74,7 +77,26 @@ inline Lanes blend(Lanes mask, Lanes a, Lanes b) { return (a & mask) | (b & ~mas
 inline Lanes wrap16(Lanes v) { return v; }
 // v - 1 where it stays in range; -32768 stays put (both shift to the same
 // clamped band).
-inline Lanes less_one(Lanes v) { return v - ((v != -32768) & 1); }
+inline Lanes less_one(Lanes v) {
+#if defined(__SSE2__)
+  return reinterpret_cast<Lanes>(_mm_subs_epi16(reinterpret_cast<__m128i>(v), _mm_set1_epi16(1)));
+#else
+  return v - ((v != -32768) & 1);
+#endif
+}
+
+// v held to [low, high].
+inline Lanes clamp(Lanes v, std::int16_t low, std::int16_t high) {
+#if defined(__SSE2__)
+  return reinterpret_cast<Lanes>(_mm_max_epi16(
+      _mm_min_epi16(reinterpret_cast<__m128i>(v), _mm_set1_epi16(high)), _mm_set1_epi16(low)));
+#else
+  const Lanes h = v > high;
+  const Lanes at_most_high = (v & ~h) | (Lanes{} + high & h);
+  const Lanes l = at_most_high < low;
+  return (at_most_high & ~l) | (Lanes{} + low & l);
+#endif
+}
 
 inline Lanes select_at_most(Lanes v, std::int32_t limit, Lanes at_most_, Lanes above_) {
   return blend(at_most(v, limit), at_most_, above_);
