@@ -155,16 +155,24 @@ template <std::uint32_t kCodes, int kShift>
 struct EvenLevels {
   static_assert((1u << (8 - kShift)) == kCodes);
   static constexpr std::int32_t kTop = kCodes - 1;
-  // 255 / kTop is whole for four codes: the level is then a product.
-  static constexpr bool kLaneRule = 255 % kTop == 0;
+  static constexpr bool kLaneRule = kTop == 3 || kTop == 7;
+
+  // 255 * band / kTop, truncated.
+  static std::int32_t level(std::int32_t band) { return 255 * band / kTop; }
+#if defined(__GNUC__) || defined(__clang__)
+  // 255 / 3 is whole; 255 b / 7 is (255 b * 9363) >> 16 for every band 0-7.
+  static Lanes level(Lanes band) {
+    if constexpr (kTop == 3)
+      return band * 85;
+    else
+      return engine::mul_high<9363>(band * 255);
+  }
+#endif
 
   template <class V>
   DecisionOf<V> decide_any(V v, V /*s*/) const {
     const V band = clamp(less_one(v) >> kShift, 0, kTop);
-    if constexpr (kLaneRule)
-      return {kTop - band, wrap16(v - band * (255 / kTop))};
-    else
-      return {kTop - band, wrap16(v - 255 * band / kTop)};
+    return {kTop - band, wrap16(v - level(band))};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };

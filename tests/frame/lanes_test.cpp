@@ -29,6 +29,8 @@ TEST(Lanes, SplitsEqualThePlainIntegerSplitsForEveryValue) {
       {"less_one >> 5", [](Lanes v) { return less_one(v) >> 5; },
        // -32768 stays put: it lands in the same band as -32769 once clamped.
        [](std::int32_t v) { return std::max(less_one(v) >> 5, -1024); }},
+      {"eighths", [](Lanes v) { return engine::mul_high<9363>((v & 7) * 255); },
+       [](std::int32_t v) { return 255 * (v & 7) / 7; }},
   };
   for (Case const& c : cases)
     for (std::int32_t e = -32768; e <= 32767; e += 4) {
