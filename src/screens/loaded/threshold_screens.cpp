@@ -121,12 +121,12 @@ int clustered_threshold(unsigned char const* source, unsigned char* dots, std::u
   const std::size_t planes = call.planes;
   auto const& src = call.src;
   auto const& out = call.out;
-  for (std::size_t p = 0; p < planes; ++p) {
-    for (std::uint32_t y = 0; y < height; ++y)
+  // Row after row across the planes: the source is read in the order it is stored.
+  for (std::uint32_t y = 0; y < height; ++y)
+    for (std::size_t p = 0; p < planes; ++p)
       threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, limits.rows[y & 15u], 0,
                                DotTest::Below);
-    count_rows(p, height);
-  }
+  for (std::size_t p = 0; p < planes; ++p) count_rows(p, height);
   return 0;
 }
 
@@ -144,31 +144,32 @@ int clustered_threshold_lines(unsigned char const* source, unsigned char* dots, 
       PlaneCall(source, dots, width, height, control, dot_stride(width));
   if (!held) return ERR_NO_MEMORY;
   if (planes == 0) return 0;
-  for (std::size_t p = 0; p < planes; ++p) {
-    // The lines hold the source values, plus, on each plane's first row, the
-    // carry line's first width entries, which are then cleared: only a row
-    // that meets a carry left by another screen differs from a plain
-    // threshold of the source, and only that row is screened from the lines.
-    std::uint32_t y = 0;
-    if (height != 0) {
-      std::int16_t* carry = lines.CarryLine(0, width);
-      bool carried = false;
-      for (std::uint32_t x = 0; x < width; ++x) carried = carried || carry[x] != 0;
-      if (carried) {
-        unsigned char const* row0 = src.row(p, 0);
-        unsigned char* o = out.row(p, 0);
-        for (std::uint32_t x = 0; x < width; ++x) {
-          if (wrap16(row0[x] + carry[x]) < limits.v[x & 15u]) set_dot(o, x);
-          carry[x] = 0;
-        }
-        y = 1;
-      }
+  // The lines hold the source values, plus, on each plane's first row, the
+  // carry line's first width entries, which are then cleared: only a row
+  // that meets a carry left by another screen differs from a plain threshold
+  // of the source, and only that row is screened from the lines (so at most
+  // the first plane's, as planes go one after the other).
+  for (std::size_t p = 0; p < planes && height != 0; ++p) {
+    std::int16_t* carry = lines.CarryLine(0, width);
+    bool carried = false;
+    for (std::uint32_t x = 0; x < width; ++x) carried = carried || carry[x] != 0;
+    unsigned char const* row0 = src.row(p, 0);
+    unsigned char* o = out.row(p, 0);
+    if (!carried) {
+      threshold_pack_row(row0, o, width, limits.rows[0], 0, DotTest::Below);
+      continue;
     }
-    for (; y < height; ++y)
+    for (std::uint32_t x = 0; x < width; ++x) {
+      if (wrap16(row0[x] + carry[x]) < limits.v[x & 15u]) set_dot(o, x);
+      carry[x] = 0;
+    }
+  }
+  // The other rows row after row across the planes, in the source's order.
+  for (std::uint32_t y = 1; y < height; ++y)
+    for (std::size_t p = 0; p < planes; ++p)
       threshold_pack_row(src.row(p, y), out.row(p, y), width, limits.rows[y & 15u], 0,
                          DotTest::Below);
-    count_rows(p, height);
-  }
+  for (std::size_t p = 0; p < planes; ++p) count_rows(p, height);
   lines.end(ScreenControl(control));
   return 0;
 }
