@@ -105,10 +105,31 @@ struct BracketedFourLevel {
 // source pulls the code far toward the light end, while the outer rows only
 // allow the two codes next to v.
 struct BracketedEightLevel {
-  static constexpr bool kLaneRule = false;
+  static constexpr bool kLaneRule = true;
   std::int32_t level[8];  // grey of code c
   std::int32_t mid[7];    // between code c and code c + 1
-  std::uint32_t b[8];     // the bytes as the source is tested against them
+  std::int32_t b[8];      // the bytes as the source is tested against them
+
+  // The table: in value range i (v > mid[i], tested from i = 0; range 7 is
+  // everything below mid[6]) the code is that of the first test s > b[byte]
+  // that holds, else the range's last code.
+  struct Test {
+    std::int8_t byte;
+    std::int8_t code;
+  };
+  struct Range {
+    Test tests[3];
+    std::int8_t count;
+    std::int8_t otherwise;
+  };
+  static constexpr Range kRanges[8] = {{{{6, 0}}, 1, 1},                  //
+                                       {{{5, 1}}, 1, 2},                  //
+                                       {{{6, 1}, {4, 2}}, 2, 3},          //
+                                       {{{6, 1}, {5, 2}, {3, 3}}, 3, 4},  //
+                                       {{{5, 1}, {4, 3}, {2, 4}}, 3, 5},  //
+                                       {{{3, 4}, {1, 5}}, 2, 6},          //
+                                       {{{2, 5}}, 1, 6},                  //
+                                       {{{1, 6}}, 1, 7}};
 
   explicit BracketedEightLevel(std::uint8_t const* bytes = ScreenParameterBytes()) {
     for (int c = 0; c < 8; ++c) {
@@ -118,32 +139,44 @@ struct BracketedEightLevel {
     for (int c = 0; c < 7; ++c) mid[c] = midpoint(bytes[6 - c], bytes[7 - c]);
   }
 
-  template <class V>
-  DecisionOf<V> decide_any(V v, V s) const {
-    const Decision d = decide(static_cast<std::int16_t>(v), static_cast<std::uint32_t>(s));
-    return {static_cast<V>(d.code), d.e};
+  // One plane: the range and then the test that holds, with branches.
+  DecisionOf<std::int32_t> decide_any(std::int32_t v, std::int32_t s) const {
+    int i = 0;
+    while (i < 7 && !(v > mid[i])) ++i;
+    Range const& range = kRanges[i];
+    std::int32_t code = range.otherwise;
+    for (int t = 0; t < range.count; ++t)
+      if (s > b[range.tests[t].byte]) {
+        code = range.tests[t].code;
+        break;
+      }
+    return {code, wrap16(v - level[code])};
   }
 
-  Decision decide(std::int16_t v, std::uint32_t s) const {
-    std::uint32_t code;
-    if (v > mid[0])
-      code = s > b[6] ? 0 : 1;
-    else if (v > mid[1])
-      code = s > b[5] ? 1 : 2;
-    else if (v > mid[2])
-      code = s > b[6] ? 1 : s > b[4] ? 2 : 3;
-    else if (v > mid[3])
-      code = s > b[6] ? 1 : s > b[5] ? 2 : s > b[3] ? 3 : 4;
-    else if (v > mid[4])
-      code = s > b[5] ? 1 : s > b[4] ? 3 : s > b[2] ? 4 : 5;
-    else if (v > mid[5])
-      code = s > b[3] ? 4 : s > b[1] ? 5 : 6;
-    else if (v > mid[6])
-      code = s > b[2] ? 5 : 6;
-    else
-      code = s > b[1] ? 6 : 7;
-    return coded(code, v, level[code]);
+  // Planes in lanes: every range's code and grey follow from s alone; v then
+  // picks a range, innermost first, with selects instead of branches.
+  template <class V>
+  DecisionOf<V> decide_any(V v, V s) const {
+    V code{}, grey{};
+    for (int i = 7; i >= 0; --i) {
+      Range const& range = kRanges[i];
+      V c = splat<V>(range.otherwise), g = splat<V>(level[range.otherwise]);
+      for (int t = range.count - 1; t >= 0; --t) {
+        const auto lighter = above(s, b[range.tests[t].byte]);
+        c = choose(lighter, splat<V>(range.tests[t].code), c);
+        g = choose(lighter, splat<V>(level[range.tests[t].code]), g);
+      }
+      if (i == 7) {
+        code = c, grey = g;
+      } else {
+        const auto beyond = above(v, mid[i]);
+        code = choose(beyond, c, code);
+        grey = choose(beyond, g, grey);
+      }
+    }
+    return {code, wrap16(v - grey)};
   }
+  Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
 
 // Fixed, evenly spaced levels on v alone: code c stands for grey
