@@ -177,6 +177,15 @@ struct PolicyBase {
   // Bits a pixel of the output: 1 (dots), 2 or 4 (codes).
   static constexpr unsigned kBits = 1;
   static constexpr DrawCount kDraws = kDrawsVary;
+  // Draws that follow from the source alone: with kDrawsBySource, a pixel of
+  // a row running in direction D draws once where draws_at<D>(its grey) and
+  // never otherwise, and rows alternate from left to right. A plane's draws
+  // are then counted from its source before any plane is screened.
+  static constexpr bool kDrawsBySource = false;
+  template <Dir D>
+  static bool draws_at(std::uint32_t /*grey*/) {
+    return false;
+  }
   // The pixel rule is written for Lanes too and the scan direction depends
   // on the row alone: the planes may run side by side in lanes.
   static constexpr bool kLaneRule = false;
@@ -224,7 +233,7 @@ class BandEngine {
       reseed_screening();
     if (width_ != 0 && height_ != 0) {
       policy_.plan_draws(control_.planes, width_, height_, screening_random());
-      if (control_.planes > 1 && Policy::kDraws.fixed())
+      if (control_.planes > 1 && (Policy::kDraws.fixed() || Policy::kDrawsBySource))
         several_planes(lines, state().threads);
       else
         for (std::uint32_t p = 0; p < control_.planes; ++p)
@@ -252,6 +261,37 @@ class BandEngine {
     return dots_ + (static_cast<std::size_t>(r) * control_.planes + p) * out_stride_;
   }
 
+  // The shared generator's table at the start of every plane and, last,
+  // after the last plane: each plane starts where the draws of the planes
+  // before it leave the generator.
+  std::vector<RandomTable> plane_starts() const {
+    const std::uint32_t planes = control_.planes;
+    std::vector<RandomTable> start(planes + 1);
+    start[0] = table_of(screening_random());
+    if constexpr (Policy::kDraws.fixed()) {
+      const RandomJump plane_draws(Policy::kDraws.plane(width_, height_));
+      for (std::uint32_t p = 0; p < planes; ++p) start[p + 1] = plane_draws.apply(start[p]);
+    } else {
+      for (std::uint32_t p = 0; p < planes; ++p) start[p + 1] = jump(start[p], source_draws(p));
+    }
+    return start;
+  }
+
+  // The draws plane p makes, counted from its source (kDrawsBySource).
+  std::uint64_t source_draws(std::uint32_t p) const {
+    std::uint64_t n = 0;
+    for (std::uint32_t r = 0; r < height_; ++r) {
+      unsigned char const* row = src_row(p, r);
+      std::uint32_t in_row = 0;
+      if (r & 1u)
+        for (std::uint32_t x = 0; x < width_; ++x) in_row += Policy::template draws_at<Dir::Rtl>(row[x]);
+      else
+        for (std::uint32_t x = 0; x < width_; ++x) in_row += Policy::template draws_at<Dir::Ltr>(row[x]);
+      n += in_row;
+    }
+    return n;
+  }
+
   // Lanes take the planes' parallelism into one thread: they pay while each
   // thread's run has three planes or more. With fewer a run, threads that
   // screen their planes two at a time are faster.
@@ -277,14 +317,9 @@ class BandEngine {
   void planes_at_once(BandLines<T>& lines, unsigned threads) {
     const std::uint32_t planes = control_.planes;
     FeedbackRandom& shared = screening_random();
-    const RandomJump plane_draws(Policy::kDraws.plane(width_, height_));
     std::vector<FeedbackRandom> start;  // the generator at each plane's start
     start.reserve(planes + 1);
-    RandomTable table = table_of(shared);
-    for (std::uint32_t p = 0; p <= planes; ++p) {
-      start.push_back(generator_at(table));
-      if (p < planes) table = plane_draws.apply(table);
-    }
+    for (RandomTable const& table : plane_starts()) start.push_back(generator_at(table));
     // Two pairs of working lines a run; the first run's first pair is the
     // held one.
     const std::uint32_t runs = threads < 1 ? 1u : (threads < planes ? threads : planes);
@@ -323,10 +358,7 @@ class BandEngine {
   void planes_in_lanes(BandLines<T>& lines, unsigned threads) {
     const std::uint32_t planes = control_.planes;
     FeedbackRandom& shared = screening_random();
-    const RandomJump plane_draws(Policy::kDraws.plane(width_, height_));
-    std::vector<RandomTable> start(planes + 1);
-    start[0] = table_of(shared);
-    for (std::uint32_t p = 0; p < planes; ++p) start[p + 1] = plane_draws.apply(start[p]);
+    const std::vector<RandomTable> start = plane_starts();
     for_plane_runs(planes, threads, [&](std::uint32_t first, std::uint32_t end) {
       // Two working lines and two rows of source greys, lane by lane.
       std::unique_ptr<V[]> work(new V[4 * std::size_t{width_}]);

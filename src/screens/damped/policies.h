@@ -241,6 +241,11 @@ struct ToneBanded : engine::PolicyBase<std::int16_t> {
   static constexpr bool kCarryOnlyAfterRtl = true;
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
   static constexpr std::int16_t kCarryStart = Rules::kCarryStart;
+  static constexpr bool kDrawsBySource = true;
+  template <Dir D>
+  static bool draws_at(std::uint32_t s) {
+    return Rules::template draws_at<D>(s);
+  }
 
   template <Dir D, Role R>
   IntShares pixel(std::int16_t c, Pixel px, Out& out, FeedbackRandom& rng) {
@@ -270,6 +275,12 @@ struct Bands {
 // everything along, 0 half by arithmetic shift.
 template <class R>
 struct ThreeBands {
+  // Below the high band every pixel makes one draw.
+  template <Dir D>
+  static bool draws_at(std::uint32_t s) {
+    return s < (D == Dir::Ltr ? R::kLtr : R::kRtl).high;
+  }
+
   template <Dir D>
   static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
     constexpr Bands bands = D == Dir::Ltr ? R::kLtr : R::kRtl;
@@ -309,6 +320,11 @@ struct FiveBandRules {
   static constexpr NoiseTable const* kNoise = &kNoiseAmplitude8;
   static constexpr NoiseColumns kNoiseColumns = NoiseColumns::Alternate;
 
+  // Below 203 every pixel makes one draw.
+  template <Dir D>
+  static bool draws_at(std::uint32_t s) {
+    return s < 203;
+  }
   template <Dir D>
   static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
     if (s > 240) return two_thirds(e);
@@ -327,6 +343,10 @@ struct FiveBandRules {
 struct HalvesRules {
   static constexpr std::int16_t kCarryStart = 0;
   static constexpr NoiseColumns kNoiseColumns = NoiseColumns::None;
+  template <Dir D>
+  static bool draws_at(std::uint32_t) {
+    return false;
+  }
 
   template <Dir D>
   static std::int32_t along(std::int32_t e, std::uint32_t, std::uint32_t, FeedbackRandom&) {
