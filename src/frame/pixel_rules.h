@@ -2,6 +2,7 @@
 // inverted), the four-case pick and the tone push.
 #pragma once
 #include <cstdint>
+#include <cstring>
 
 #include "frame/band_engine.h"
 #include "frame/lanes.h"
@@ -36,6 +37,38 @@ inline auto quantise_inverted(V v, Px const& px, Out& out) {
     out.put(px.x, dot_code(paper));
   return select_at_most(v, 128, v, v - 255);
 }
+
+// x where `keep` (0 or 1), else 0.0, without a branch.
+inline double keep_if(double x, std::uint32_t keep) {
+  std::uint64_t bits;
+  std::memcpy(&bits, &x, sizeof bits);
+  bits &= -static_cast<std::uint64_t>(keep);
+  std::memcpy(&x, &bits, sizeof x);
+  return x;
+}
+inline std::uint32_t flip(std::uint32_t bit) { return bit ^ 1u; }
+
+// The double-precision dot test: a value of at most 128.0 is a dot and passes
+// itself on; a lighter value passes on value - 255.0. Without a branch: the
+// dots follow the image, so a branch would be mispredicted as often as they
+// change.
+inline double quantise_double(double v, std::uint32_t x, RowOut<1>& out) {
+  const bool dot = v <= 128.0;
+  out.put(x, dot);
+  return v - keep_if(255.0, !dot);
+}
+
+#if defined(__GNUC__) || defined(__clang__)
+// The same for four planes of doubles in lanes.
+using halftone::keep_if;
+template <class LaneOut>
+inline DoubleLanes quantise_double(DoubleLanes v, std::uint32_t x, LaneOut& out) {
+  const Masks64 dot = v <= 128.0;
+  out.put(x, dot & 1);
+  return v - keep_if(broadcast(255.0), ~dot);
+}
+inline Masks64 flip(Masks64 mask) { return ~mask; }
+#endif
 
 // Picks entry r (0-3) of a four-case rule table with masks, no branch and no
 // memory round trip.

@@ -7,12 +7,16 @@
 #include <vector>
 
 #include "frame/band_engine.h"
+#include "frame/pixel_rules.h"
 #include "screens/damped/noise_tables.h"
 
 namespace halftone::damped {
 
 using engine::Dir;
+using engine::flip;
+using engine::keep_if;
 using engine::Pixel;
+using engine::quantise_double;
 using engine::Role;
 using Out = engine::RowOut<1>;
 using Shares = engine::Shares<double>;
@@ -53,38 +57,6 @@ struct Runs {
     return along;
   }
 };
-
-// x where `keep`, else 0.0, without a branch on a bit that flips every run.
-inline double keep_if(double x, std::uint32_t keep) {
-  std::uint64_t bits;
-  std::memcpy(&bits, &x, sizeof bits);
-  bits &= -static_cast<std::uint64_t>(keep);
-  std::memcpy(&x, &bits, sizeof x);
-  return x;
-}
-
-// The double-precision dot test: a value of at most 128.0 is a dot and passes
-// itself on; a lighter value passes on value - 255.0. Without a branch: the
-// dots follow the image, so a branch would be mispredicted as often as they
-// change.
-inline double quantise(double v, std::uint32_t x, Out& out) {
-  const bool dot = v <= 128.0;
-  out.put(x, dot);
-  return v - keep_if(255.0, !dot);
-}
-inline std::uint32_t flip(std::uint32_t bit) { return bit ^ 1u; }
-
-#if defined(__GNUC__) || defined(__clang__)
-// The same four planes at a time (frame/lanes.h).
-using halftone::keep_if;
-template <class LaneOut>
-inline DoubleLanes quantise(DoubleLanes v, std::uint32_t x, LaneOut& out) {
-  const Masks64 dot = v <= 128.0;
-  out.put(x, dot & 1);
-  return v - keep_if(broadcast(255.0), ~dot);
-}
-inline Masks64 flip(Masks64 mask) { return ~mask; }
-#endif
 
 // Random runs in doubles: each pixel's damped error goes whole to one
 // neighbour, the next pixel along the row or the pixel below, and the choice
@@ -172,7 +144,7 @@ struct RandomRuns : engine::PolicyBase<double> {
   // decides its dot.
   template <Dir D, Role R, class V, class Px, class RowOut, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, RowOut& out, Rng&) {
-    const V e = quantise(v, px.x, out);
+    const V e = quantise_double(v, px.x, out);
     if constexpr (R == Role::LastEnd) return {V{}, V{}};
     const auto to_next = along(V{}, px.x, px.y);
     if constexpr (R == Role::LastInner) return {keep_if(e, to_next), V{}};
@@ -195,7 +167,7 @@ struct DampedHalves : engine::PolicyBase<double> {
   static constexpr bool kLaneRule = true;
   template <Dir D, Role R, class V, class Px, class RowOut, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, RowOut& out, Rng& rng) {
-    const V e = quantise(v, px.x, out);
+    const V e = quantise_double(v, px.x, out);
     if constexpr (R == Role::LastEnd) return {V{}, V{}};
     (void)rng.draw();
     const V h = e * kHalfDamping * kHalf;

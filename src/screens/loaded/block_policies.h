@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "frame/band_engine.h"
+#include "frame/pixel_rules.h"
 #include "frame/tone_curves.h"
 
 namespace halftone::loaded {
@@ -28,10 +29,14 @@ struct BlockFrame : engine::PolicyBase<T> {
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
 
   // At most 128 is a dot and passes itself on; otherwise t - 255 goes on.
-  static Acc quantise(Acc t, std::uint32_t x, engine::RowOut<1>& out) {
-    const bool dot = t <= Acc{128};
+  static std::int32_t quantise(std::int32_t t, std::uint32_t x, engine::RowOut<1>& out) {
+    const bool dot = t <= 128;
     out.put(x, dot);
-    return dot ? t : t - Acc{255};
+    return dot ? t : t - 255;
+  }
+  template <class V, class Out>
+  static V quantise(V t, std::uint32_t x, Out& out) {
+    return engine::quantise_double(t, x, out);
   }
 
   // Block v, tile row y mod 16, tile column x mod 16.
@@ -42,23 +47,30 @@ struct BlockFrame : engine::PolicyBase<T> {
 
 inline constexpr std::int32_t halve(std::int32_t t) { return t / 2; }
 inline constexpr double halve(double t) { return t * 0.5; }
+#if defined(__GNUC__) || defined(__clang__)
+inline DoubleLanes halve(DoubleLanes t) { return t * 0.5; }
+#endif
 
 // Offset by grey and tile position, then half along and the rest down. The
 // double-precision screen's own offset table is never filled by any loader:
 // every offset is 0, and adding 0.0 changes no value, so it adds none.
+//
+// The double screen's values are doubles all through, so its planes may run
+// in lanes (frame/lanes.h); the 16-bit one sums in 32 bits and may not.
 template <class T>
 struct BlockHalfSplit : BlockFrame<T> {
   using Acc = typename BlockFrame<T>::Acc;
   static constexpr bool kOffsets = !std::is_floating_point_v<T>;
+  static constexpr bool kLaneRule = !kOffsets;
   static constexpr engine::DrawCount kDraws{0, 0, 0, 0};
   T const* offsets = nullptr;
 
-  template <Dir D, Role R>
-  engine::Shares<Acc> pixel(T v, Pixel px, engine::RowOut<1>& out, FeedbackRandom&) {
-    Acc t = static_cast<Acc>(v) + static_cast<Acc>(px.s);
-    if constexpr (kOffsets) t += static_cast<Acc>(offsets[this->offset_index(px)]);
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng&) {
+    V t = v + static_cast<V>(px.s);
+    if constexpr (kOffsets) t += static_cast<V>(offsets[this->offset_index(px)]);
     t = this->quantise(t, px.x, out);
-    const Acc h = halve(t);
+    const V h = halve(t);
     return {h, t - h};
   }
 };
