@@ -203,7 +203,7 @@ inline Lanes two_thirds(Lanes e) { return mul_high<-21845>(e) + e - sign_bit(e);
 inline Lanes half(Lanes e) { return (e - sign_bit(e)) >> 1; }
 inline Lanes quarter(Lanes e) { return (e + (sign_bit(e) & 3)) >> 2; }
 inline Lanes three_quarters(Lanes e) {
-  const Lanes q = quarter(e), r = e - (q << 2);
+  const Lanes q = quarter(e), r = e - q * 4;
   return q * 3 + r + (r > 0) - (r < 0);
 }
 inline Lanes shift_half(Lanes e) { return e >> 1; }
