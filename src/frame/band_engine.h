@@ -284,9 +284,11 @@ class BandEngine {
       unsigned char const* row = src_row(p, r);
       std::uint32_t in_row = 0;
       if (r & 1u)
-        for (std::uint32_t x = 0; x < width_; ++x) in_row += Policy::template draws_at<Dir::Rtl>(row[x]);
+        for (std::uint32_t x = 0; x < width_; ++x)
+          in_row += Policy::template draws_at<Dir::Rtl>(row[x]);
       else
-        for (std::uint32_t x = 0; x < width_; ++x) in_row += Policy::template draws_at<Dir::Ltr>(row[x]);
+        for (std::uint32_t x = 0; x < width_; ++x)
+          in_row += Policy::template draws_at<Dir::Ltr>(row[x]);
       n += in_row;
     }
     return n;
@@ -424,9 +426,9 @@ class BandEngine {
     for (std::uint32_t x = 0; x < width_; ++x) {
       const V held = lanes_of(carry[0][x], carry[1][x], carry[2][x], carry[3][x]);
       if constexpr (Policy::kValueLines)
-        a[x] = greys[x] + held;
+        a[x] = line_sum(greys[x], held);
       else
-        a[x] = broadcast(policy_.first_row_base(x)) + held;
+        a[x] = line_sum(broadcast(policy_.first_row_base(x)), held);
     }
     for (std::uint32_t l = 0; l < n; ++l)
       for (std::uint32_t x = 0; x < width_; ++x) carry[l][x] = T{};
@@ -476,13 +478,13 @@ class BandEngine {
   static inline V lane_step(Policy& policy, LaneRow const& row, std::uint32_t x, V incoming,
                             Out& out, LaneRandom& rng) {
     // Lanes wrap as the lines do: no store() needed.
-    const V v = row.cur[x] + incoming;
+    const V v = line_sum(row.cur[x], incoming);
     const auto sh = policy.template pixel<D, R>(v, LanePixel<V>{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)
-        row.below[x] = row.src_next[x] + sh.below;
+        row.below[x] = line_sum(row.src_next[x], sh.below);
       else
-        row.below[x] = broadcast(policy.below_base(x, row.y)) + sh.below;
+        row.below[x] = line_sum(broadcast(policy.below_base(x, row.y)), sh.below);
     } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
       for (std::uint32_t l = 0; l < row.count; ++l)
         row.carry[l][x] = static_cast<T>(lane(sh.below, l));

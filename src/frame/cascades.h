@@ -95,7 +95,7 @@ struct BracketedFourLevel {
             select_at_most(v, m32, choose(dark1, l3, choose(dark2, l2, l1)), choose(dark2, l2, l1)),
             choose(dark1, l2, l1)),
         choose(dark1, l2, choose(dark2, l1, l0)));
-    return {code, wrap16(v - grey)};
+    return {code, sub16(v, grey)};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
@@ -150,7 +150,7 @@ struct BracketedEightLevel {
         code = range.tests[t].code;
         break;
       }
-    return {code, wrap16(v - level[code])};
+    return {code, sub16(v, level[code])};
   }
 
   // Planes in lanes: every range's code and grey follow from s alone; v then
@@ -174,7 +174,7 @@ struct BracketedEightLevel {
         grey = choose(beyond, g, grey);
       }
     }
-    return {code, wrap16(v - grey)};
+    return {code, sub16(v, grey)};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
@@ -205,7 +205,7 @@ struct EvenLevels {
   template <class V>
   DecisionOf<V> decide_any(V v, V /*s*/) const {
     const V band = clamp(less_one(v) >> kShift, 0, kTop);
-    return {kTop - band, wrap16(v - level(band))};
+    return {kTop - band, sub16(v, level(band))};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
@@ -221,7 +221,7 @@ struct TwoLevel {
   template <class V>
   DecisionOf<V> decide_any(V v, V /*s*/) const {
     return {select_at_most(v, 128, splat<V>(static_cast<std::int32_t>(dot_code)), V{}),
-            select_at_most(v, 128, v, v - 255)};
+            less_if_above(v, 128, 255)};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };

@@ -39,6 +39,14 @@ inline std::int32_t less_one(std::int32_t v) { return v - 1; }
 inline std::int32_t clamp(std::int32_t v, std::int32_t low, std::int32_t high) {
   return v < low ? low : v > high ? high : v;
 }
+// 16-bit sums and differences that wrap, as the lines do; v - k where v is
+// above the limit (without ever forming v - k elsewhere).
+inline std::int32_t add16(std::int32_t a, std::int32_t b) { return wrap16(a + b); }
+inline std::int32_t sub16(std::int32_t a, std::int32_t b) { return wrap16(a - b); }
+inline std::int32_t less_if_above(std::int32_t v, std::int32_t limit, std::int32_t k) {
+  return select_at_most(v, limit, v, v - k);
+}
+
 // The constant v as a value of type V.
 template <class V>
 inline V splat(std::int32_t v) {
@@ -75,6 +83,21 @@ inline Lanes ones_if(Lanes bit) { return -bit; }
 inline Lanes blend(Lanes mask, Lanes a, Lanes b) { return (a & mask) | (b & ~mask); }
 
 inline Lanes wrap16(Lanes v) { return v; }
+
+// Sums that wrap are formed on unsigned elements: a signed element that
+// overflowed would be undefined, as a signed scalar would.
+using LanesU16 = std::uint16_t __attribute__((vector_size(16)));
+inline Lanes add16(Lanes a, Lanes b) {
+  return reinterpret_cast<Lanes>(reinterpret_cast<LanesU16>(a) + reinterpret_cast<LanesU16>(b));
+}
+inline Lanes sub16(Lanes a, Lanes b) {
+  return reinterpret_cast<Lanes>(reinterpret_cast<LanesU16>(a) - reinterpret_cast<LanesU16>(b));
+}
+inline Lanes less_if_above(Lanes v, std::int32_t limit, std::int32_t k) {
+  return v - (above(v, limit) & static_cast<std::int16_t>(k));
+}
+// A sum kept in a line.
+inline Lanes line_sum(Lanes a, Lanes b) { return add16(a, b); }
 // v - 1 where it stays in range; -32768 stays put (both shift to the same
 // clamped band).
 inline Lanes less_one(Lanes v) {
@@ -122,6 +145,7 @@ inline DoubleLanes lanes_of(double a, double b, double c, double d) {
   return DoubleLanes{a, b, c, d};
 }
 inline DoubleLanes broadcast(double v) { return DoubleLanes{v, v, v, v}; }
+inline DoubleLanes line_sum(DoubleLanes a, DoubleLanes b) { return a + b; }
 
 // The vector of four planes of a line type, and its 16-bit greys converted.
 template <class T>

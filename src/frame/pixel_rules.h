@@ -24,7 +24,7 @@ inline auto quantise(V v, Px const& px, Out& out) {
     out.put(px.x, dot_code(dot & at_most(px.s, 254)));
   else
     out.put(px.x, dot_code(dot));
-  return select_at_most(v, 128, v, v - 255);
+  return less_if_above(v, 128, 255);
 }
 
 // The inverted screens: a set bit is paper.
@@ -35,7 +35,7 @@ inline auto quantise_inverted(V v, Px const& px, Out& out) {
     out.put(px.x, dot_code(paper | above(px.s, 254)));
   else
     out.put(px.x, dot_code(paper));
-  return select_at_most(v, 128, v, v - 255);
+  return less_if_above(v, 128, 255);
 }
 
 // x where `keep` (0 or 1), else 0.0, without a branch.
@@ -86,9 +86,9 @@ inline V pick(R r, V c0, V c1, V c2, V c3) {
 template <Dir D, class V, class Px>
 inline V tone_push(V e, Px const& px, ActiveToneCurves const& curves) {
   if constexpr (D == Dir::Ltr)
-    return (px.x & 1u) ? V(wrap16(e + lookup(curves.a, px.s))) : e;
+    return (px.x & 1u) ? V(add16(e, lookup(curves.a, px.s))) : e;
   else
-    return (px.x & 1u) ? e : V(wrap16(e + lookup(curves.b, px.s)));
+    return (px.x & 1u) ? e : V(add16(e, lookup(curves.b, px.s)));
 }
 
 }  // namespace halftone::engine
