@@ -35,6 +35,43 @@ void FeedbackRandom::seed(std::uint32_t s) {
   for (int i = 0; i < 10 * kDegree; ++i) (void)draw();
 }
 
+// The table laid out in draw order ahead of the new words, so that word
+// 31 + i is word i plus word 28 + i; the three newest words stay in registers,
+// as each is the next but two's addend.
+void FeedbackRandom::fill(std::uint32_t* out, std::size_t n) {
+  constexpr std::size_t kChunk = 1024;
+  std::uint32_t w[kDegree + kChunk];
+  while (n != 0) {
+    const std::size_t m = n < kChunk ? n : kChunk;
+    for (int k = 0; k < kDegree; ++k) w[k] = state_[(front_ + k) % kDegree];
+    std::uint32_t a = w[28], b = w[29], c = w[30];
+    std::size_t i = 0;
+    for (; i + 3 <= m; i += 3) {
+      a += w[i];
+      b += w[i + 1];
+      c += w[i + 2];
+      w[kDegree + i] = a;
+      w[kDegree + i + 1] = b;
+      w[kDegree + i + 2] = c;
+      out[i] = a >> 1;
+      out[i + 1] = b >> 1;
+      out[i + 2] = c >> 1;
+    }
+    for (; i < m; ++i) {
+      w[kDegree + i] = w[i] + w[i + 28];
+      out[i] = w[kDegree + i] >> 1;
+    }
+    // The table where m single draws would leave it, positions included.
+    const int front = static_cast<int>((front_ + m) % kDegree);
+    for (int k = 0; k < kDegree; ++k)
+      state_[(front + k) % kDegree] = w[m + static_cast<std::size_t>(k)];
+    front_ = front;
+    rear_ = (front + kDegree - kSeparation) % kDegree;
+    out += m;
+    n -= m;
+  }
+}
+
 FeedbackRandom& screening_random() { return state().random; }
 
 FeedbackRandom& utility_random() {

@@ -1,5 +1,6 @@
 // The additive lagged-Fibonacci generator (31 words, lag 3) of the library.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 
 namespace halftone {
@@ -27,6 +28,9 @@ class FeedbackRandom {
     }
     return sum >> 1;
   }
+  // The next n draws, as draw() would give them one by one, into out.
+  void fill(std::uint32_t* out, std::size_t n);
+
   inline std::uint32_t bit() { return draw() & 1u; }
   inline std::uint32_t two_bits() { return draw() & 3u; }
 

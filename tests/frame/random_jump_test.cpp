@@ -1,9 +1,11 @@
-// Jumping the generator ahead gives the table that as many single draws give.
+// Jumping the generator ahead, or drawing a block at once, gives the table
+// that as many single draws give.
 #include "frame/random_jump.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <vector>
 
 #include "frame/feedback_random.h"
 
@@ -29,9 +31,14 @@ TEST(RandomJump, EqualsSingleDraws) {
       const RandomTable before = table_of(start);
       for (std::uint64_t n : counts) {
         SCOPED_TRACE(testing::Message() << "seed " << seed << " offset " << offset << " n " << n);
-        FeedbackRandom stepped = start;
-        for (std::uint64_t i = 0; i < n; ++i) (void)stepped.draw();
+        FeedbackRandom stepped = start, filled = start;
+        std::vector<std::uint32_t> draws(n), block(n);
+        for (std::uint64_t i = 0; i < n; ++i) draws[i] = stepped.draw();
         EXPECT_TRUE(same(jump(before, n), table_of(stepped)));
+        // Drawing a block at a time: the same draws, the table left in place.
+        filled.fill(block.data(), n);
+        EXPECT_EQ(block, draws);
+        EXPECT_TRUE(same(table_of(filled), table_of(stepped)));
       }
     }
   }

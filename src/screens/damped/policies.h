@@ -25,37 +25,71 @@ inline constexpr std::uint16_t kRunLengths[4] = {11, 10, 11, 10};
 inline constexpr double kRunDamping = 0.97;
 
 // The runs of the random-runs screen: where each pixel's error goes, as the
-// generator alone decides it.
+// generator alone decides it. Every pixel makes a draw it does not use. A
+// pixel that finds no run under way draws the next run's length index. A
+// drawn index equal to the current one counts as a repeat (the index starts
+// at 0 in every plane); the second repeat in a row is replaced, by 1 if it
+// was 0 and by 0 otherwise. Each run flips where the error goes.
 struct Runs {
-  std::uint16_t left = 0;    // pixels left in the run; 0 starts a new one
   std::int16_t index = 0;    // run-length index last chosen
   std::int16_t repeats = 0;  // times in a row the drawn index equalled it
   std::uint32_t along = 0;   // 1: error to the next pixel; 0: below
 
-  // Every pixel makes a draw it does not use. A pixel that finds no run under
-  // way draws the next run's length index. A drawn index equal to the current
-  // one counts as a repeat (the index starts at 0 in every plane); the second
-  // repeat in a row is replaced, by 1 if it was 0 and by 0 otherwise. Each run
-  // flips where the error goes.
-  std::uint32_t advance(FeedbackRandom& rng) {
-    (void)rng.draw();
-    if (left == 0) {
-      const auto d = static_cast<std::int16_t>(rng.draw() & 3u);
-      if (d == index) {
-        if (++repeats == 2) {
-          index = d == 0 ? 1 : 0;
-          repeats = 0;
-        }
-      } else {
-        index = d;
+  // The next run's length, from its index draw.
+  std::uint32_t start(std::uint32_t draw) {
+    const auto d = static_cast<std::int16_t>(draw & 3u);
+    if (d == index) {
+      if (++repeats == 2) {
+        index = d == 0 ? 1 : 0;
         repeats = 0;
       }
-      left = kRunLengths[index];
-      along ^= 1u;
+    } else {
+      index = d;
+      repeats = 0;
     }
-    left = static_cast<std::uint16_t>(left - 1u);
-    return along;
+    along ^= 1u;
+    return kRunLengths[index];
   }
+};
+
+// The generator's draws a block at a time. The draws taken are exactly
+// those the pixels would make one by one; finish() leaves the generator just
+// past the last draw taken.
+class DrawStream {
+ public:
+  explicit DrawStream(FeedbackRandom& rng) : rng_(rng), before_(rng) {}
+
+  std::uint32_t next() {
+    if (at_ == have_) refill();
+    return block_[at_++];
+  }
+  void skip(std::uint64_t n) {
+    while (n != 0) {
+      if (at_ == have_) refill();
+      const std::uint64_t take = n < have_ - at_ ? n : have_ - at_;
+      at_ += static_cast<std::size_t>(take);
+      n -= take;
+    }
+  }
+  void finish() {
+    rng_ = before_;
+    for (std::size_t i = 0; i < at_; ++i) (void)rng_.draw();
+  }
+
+ private:
+  static constexpr std::size_t kBlock = 4096;
+  void refill() {
+    before_ = rng_;
+    rng_.fill(block_, kBlock);
+    have_ = kBlock;
+    at_ = 0;
+  }
+
+  FeedbackRandom& rng_;
+  FeedbackRandom before_;  // the generator before the block in hand
+  std::uint32_t block_[kBlock];
+  std::size_t have_ = 0;  // draws in the block
+  std::size_t at_ = 0;    // draws of the block taken
 };
 
 // Random runs in doubles: each pixel's damped error goes whole to one
@@ -76,40 +110,50 @@ struct RandomRuns : engine::PolicyBase<double> {
   std::size_t plane_words = 0;
   std::uint64_t const* bits = nullptr;  // the plane being screened
 
-  // Every pixel but the band's final one advances the runs.
+  // Every pixel but the band's final one advances the runs, plane after
+  // plane on the one generator; a run is walked as a whole, its pixels in
+  // scan order (rows alternate), and marked where it sends the error along.
   void plan_draws(std::uint32_t planes, std::uint32_t width, std::uint32_t height,
                   FeedbackRandom& rng) {
     row_words = (std::size_t{width} + 63) / 64;
     plane_words = row_words * height;
     plan = std::make_shared<std::vector<std::uint64_t>>(plane_words * planes);
-    FeedbackRandom local = rng;  // kept in registers: nothing stored can alias it
+    auto stream = std::make_unique<DrawStream>(rng);
+    const std::uint64_t pixels = std::uint64_t{width} * height - 1;
     for (std::uint32_t p = 0; p < planes; ++p) {
+      std::uint64_t* const bits_of_plane = plan->data() + p * plane_words;
       Runs runs;
-      for (std::uint32_t y = 0; y < height; ++y) {
-        std::uint64_t* const row = plan->data() + p * plane_words + y * row_words;
-        const std::uint32_t n = y + 1 == height ? width - 1 : width;
-        if ((y & 1u) == 0)
-          plan_row<Dir::Ltr>(row, n, 0, runs, local);
-        else
-          plan_row<Dir::Rtl>(row, n, width - 1, runs, local);
+      for (std::uint64_t k = 0; k < pixels;) {
+        (void)stream->next();  // the run's first pixel's own draw
+        const std::uint32_t length = runs.start(stream->next());
+        const std::uint64_t end = k + length < pixels ? k + length : pixels;
+        if (runs.along) mark(bits_of_plane, width, k, end);
+        stream->skip(end - k - 1);  // one draw each for the run's other pixels
+        k = end;
       }
     }
-    rng = local;
+    stream->finish();
   }
 
-  // n pixels from x in scan direction, a word stored as it fills or ends.
-  template <Dir D>
-  static void plan_row(std::uint64_t* row, std::uint32_t n, std::uint32_t x, Runs& runs,
-                       FeedbackRandom& rng) {
-    std::uint64_t word = 0;
-    for (; n != 0; --n) {
-      word |= std::uint64_t{runs.advance(rng)} << (x & 63u);
-      const bool full = D == Dir::Ltr ? (x & 63u) == 63u : (x & 63u) == 0;
-      if (full || n == 1) {
-        row[x / 64] = word;
-        word = 0;
-      }
-      x = D == Dir::Ltr ? x + 1 : x - 1;
+  // Marks scan positions [k, end) of a plane, row by row.
+  void mark(std::uint64_t* plane_bits, std::uint32_t width, std::uint64_t k,
+            std::uint64_t end) const {
+    while (k < end) {
+      const std::uint64_t y = k / width;
+      const std::uint64_t i = k % width;
+      const std::uint64_t n = end - k < width - i ? end - k : width - i;
+      const std::uint64_t x0 = (y & 1u) ? width - (i + n) : i;  // right to left: mirrored
+      set_bits(plane_bits + y * row_words, x0, x0 + n);
+      k += n;
+    }
+  }
+  static void set_bits(std::uint64_t* row, std::uint64_t x0, std::uint64_t x1) {
+    for (std::uint64_t x = x0; x < x1;) {
+      const std::uint64_t bit = x & 63u;
+      const std::uint64_t n = x1 - x < 64 - bit ? x1 - x : 64 - bit;
+      const std::uint64_t ones = n == 64 ? ~std::uint64_t{0} : ((std::uint64_t{1} << n) - 1);
+      row[x / 64] |= ones << bit;
+      x += n;
     }
   }
 
