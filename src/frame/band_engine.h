@@ -51,6 +51,30 @@ enum class Role { Inner, RowEnd, LastInner, LastEnd };
 constexpr bool is_last_row(Role r) { return r == Role::LastInner || r == Role::LastEnd; }
 constexpr bool is_row_end(Role r) { return r == Role::RowEnd || r == Role::LastEnd; }
 
+// A kind of row: its direction, the role of its pixels and of its last pixel.
+template <Dir D, Role Body, Role End>
+struct RowKind {
+  static constexpr Dir kDir = D;
+  static constexpr Role kBody = Body;
+  static constexpr Role kEnd = End;
+};
+
+// Calls scan(RowKind<...>{}) for a row running in `dir`, the band's last or not.
+template <class Scan>
+void by_row_kind(Dir dir, bool last, Scan&& scan) {
+  if (dir == Dir::Ltr) {
+    if (last)
+      scan(RowKind<Dir::Ltr, Role::LastInner, Role::LastEnd>{});
+    else
+      scan(RowKind<Dir::Ltr, Role::Inner, Role::RowEnd>{});
+  } else {
+    if (last)
+      scan(RowKind<Dir::Rtl, Role::LastInner, Role::LastEnd>{});
+    else
+      scan(RowKind<Dir::Rtl, Role::Inner, Role::RowEnd>{});
+  }
+}
+
 enum class Reseed { EveryCall, FirstBand, Never };
 
 template <class Acc>
@@ -438,17 +462,10 @@ class BandEngine {
       unsigned char* out[kLanes];
       for (std::uint32_t l = 0; l < kLanes; ++l) out[l] = out_row(p + (l < n ? l : 0), r);
       const LaneRow row{(r & 1u) ? b : a, (r & 1u) ? a : b, carry, greys, next_greys, out, n, r};
-      if (policy_.begin_row(p, r) == Dir::Ltr) {
-        if (last)
-          lane_scan<Dir::Ltr, Role::LastInner, Role::LastEnd>(row, rng);
-        else
-          lane_scan<Dir::Ltr, Role::Inner, Role::RowEnd>(row, rng);
-      } else {
-        if (last)
-          lane_scan<Dir::Rtl, Role::LastInner, Role::LastEnd>(row, rng);
-        else
-          lane_scan<Dir::Rtl, Role::Inner, Role::RowEnd>(row, rng);
-      }
+      by_row_kind(policy_.begin_row(p, r), last, [&](auto kind) {
+        using K = decltype(kind);
+        lane_scan<K::kDir, K::kBody, K::kEnd>(row, rng);
+      });
       std::swap(greys, next_greys);
     }
   }
@@ -519,16 +536,11 @@ class BandEngine {
       if (d0 != d1) {
         e0.scan_row(r0, d0, last, g0);
         e1.scan_row(r1, d1, last, g1);
-      } else if (d0 == Dir::Ltr) {
-        if (last)
-          scan_pair<Dir::Ltr, Role::LastInner, Role::LastEnd>(e0, r0, g0, e1, r1, g1);
-        else
-          scan_pair<Dir::Ltr, Role::Inner, Role::RowEnd>(e0, r0, g0, e1, r1, g1);
       } else {
-        if (last)
-          scan_pair<Dir::Rtl, Role::LastInner, Role::LastEnd>(e0, r0, g0, e1, r1, g1);
-        else
-          scan_pair<Dir::Rtl, Role::Inner, Role::RowEnd>(e0, r0, g0, e1, r1, g1);
+        by_row_kind(d0, last, [&](auto kind) {
+          using K = decltype(kind);
+          scan_pair<K::kDir, K::kBody, K::kEnd>(e0, r0, g0, e1, r1, g1);
+        });
       }
     }
   }
@@ -583,17 +595,10 @@ class BandEngine {
   // Row 0 of a band always sits in line A, row 1 in line B and so on,
   // whichever direction the row runs.
   void scan_row(Row const& row, Dir dir, bool last, FeedbackRandom& rng) {
-    if (dir == Dir::Ltr) {
-      if (last)
-        scan<Dir::Ltr, Role::LastInner, Role::LastEnd>(row, rng);
-      else
-        scan<Dir::Ltr, Role::Inner, Role::RowEnd>(row, rng);
-    } else {
-      if (last)
-        scan<Dir::Rtl, Role::LastInner, Role::LastEnd>(row, rng);
-      else
-        scan<Dir::Rtl, Role::Inner, Role::RowEnd>(row, rng);
-    }
+    by_row_kind(dir, last, [&](auto kind) {
+      using K = decltype(kind);
+      scan<K::kDir, K::kBody, K::kEnd>(row, rng);
+    });
   }
 
   // The share sent ahead goes to the very next pixel of the scan, which is
