@@ -406,8 +406,10 @@ class BandEngine {
     shared = generator_at(start[planes]);
   }
 
-  using V = typename LanesOf<T>::type;
-  using Out = LaneRowOut<Policy::kBits, typename LanesOf<T>::Gathered>;
+  using V = typename LaneValueOf<Policy>::type;
+  using Gathered = std::conditional_t<std::is_same_v<V, DoubleLanes>, Masks64, V>;
+  using Out = LaneRowOut<Policy::kBits, Gathered>;
+  using Random = LaneRandom<std::conditional_t<std::is_same_v<V, Lanes32>, Lanes32, Lanes>>;
 
   struct LaneRow {
     V* cur;
@@ -447,18 +449,18 @@ class BandEngine {
 
   void lane_rows(BandLines<T>& lines, std::uint32_t p, std::uint32_t n, RandomTable const* tables,
                  V* a, V* b, V* greys, V* next_greys) {
-    LaneRandom rng(tables, n);
+    Random rng(tables, n);
     policy_.begin_lanes(p, n);
     T* carry[kLanes];
     for (std::uint32_t l = 0; l < kLanes; ++l)
       carry[l] = lines.CarryLine(p + (l < n ? l : 0), width_);
     gather(greys, p, n, 0);
     for (std::uint32_t x = 0; x < width_; ++x) {
-      const V held = lanes_of(carry[0][x], carry[1][x], carry[2][x], carry[3][x]);
+      const V held = lanes_as<V>(carry[0][x], carry[1][x], carry[2][x], carry[3][x]);
       if constexpr (Policy::kValueLines)
         a[x] = line_sum(greys[x], held);
       else
-        a[x] = line_sum(broadcast(policy_.first_row_base(x)), held);
+        a[x] = line_sum(broadcast_as<V>(policy_.first_row_base(x)), held);
     }
     for (std::uint32_t l = 0; l < n; ++l)
       for (std::uint32_t x = 0; x < width_; ++x) carry[l][x] = T{};
@@ -480,7 +482,7 @@ class BandEngine {
   // can alias it and its values stay in registers; lane policies keep no
   // state of their own from pixel to pixel.
   template <Dir D, Role Body, Role End>
-  void lane_scan(LaneRow const& row, LaneRandom& rng) {
+  void lane_scan(LaneRow const& row, Random& rng) {
     Policy policy = policy_;
     Out out(row.out, row.count);
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
@@ -499,7 +501,7 @@ class BandEngine {
 
   template <Dir D, Role R>
   static inline V lane_step(Policy& policy, LaneRow const& row, std::uint32_t x, V incoming,
-                            Out& out, LaneRandom& rng) {
+                            Out& out, Random& rng) {
     // Lanes wrap as the lines do: no store() needed.
     const V v = line_sum(row.cur[x], incoming);
     const auto sh = policy.template pixel<D, R>(v, LanePixel<V>{x, row.y, row.src[x]}, out, rng);
@@ -507,7 +509,7 @@ class BandEngine {
       if constexpr (Policy::kValueLines)
         row.below[x] = line_sum(row.src_next[x], sh.below);
       else
-        row.below[x] = line_sum(broadcast(policy.below_base(x, row.y)), sh.below);
+        row.below[x] = line_sum(broadcast_as<V>(policy.below_base(x, row.y)), sh.below);
     } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
       for (std::uint32_t l = 0; l < row.count; ++l)
         row.carry[l][x] = static_cast<T>(lane(sh.below, l));

@@ -34,6 +34,7 @@ struct DecisionOf {
 inline std::int32_t choose(bool m, std::int32_t a, std::int32_t b) { return m ? a : b; }
 #if defined(__GNUC__) || defined(__clang__)
 inline Lanes choose(Lanes m, Lanes a, Lanes b) { return blend(m, a, b); }
+inline Lanes32 choose(Lanes32 m, Lanes32 a, Lanes32 b) { return blend(m, a, b); }
 #endif
 
 template <class Decide>

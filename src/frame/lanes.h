@@ -147,6 +147,62 @@ inline DoubleLanes lanes_of(double a, double b, double c, double d) {
 inline DoubleLanes broadcast(double v) { return DoubleLanes{v, v, v, v}; }
 inline DoubleLanes line_sum(DoubleLanes a, DoubleLanes b) { return a + b; }
 
+// Four planes of 32-bit values, one a word (the same words as Lanes, widened),
+// for rules that sum in 32 bits before anything wraps; their lines still
+// hold 16-bit values.
+using Lanes32 = std::int32_t __attribute__((vector_size(16)));
+using Lanes32U = std::uint32_t __attribute__((vector_size(16)));
+
+inline std::int32_t lane(Lanes32 v, std::uint32_t l) { return v[l]; }
+inline Lanes32 at_most(Lanes32 v, std::int32_t limit) { return v <= limit; }
+inline Lanes32 above(Lanes32 v, std::int32_t limit) { return v > limit; }
+inline Lanes32 dot_code(Lanes32 dot) { return dot & 1; }
+inline Lanes32 ones_if(Lanes32 bit) { return -bit; }
+inline Lanes32 blend(Lanes32 mask, Lanes32 a, Lanes32 b) { return (a & mask) | (b & ~mask); }
+inline Lanes32 select_at_most(Lanes32 v, std::int32_t limit, Lanes32 at_most_, Lanes32 above_) {
+  return blend(at_most(v, limit), at_most_, above_);
+}
+inline Lanes32 less_if_above(Lanes32 v, std::int32_t limit, std::int32_t k) {
+  return v - (above(v, limit) & k);
+}
+// The low 16 bits, read back signed; sums and differences so wrapped.
+inline Lanes32 wrap16(Lanes32 v) {
+  return reinterpret_cast<Lanes32>(reinterpret_cast<Lanes32U>(v) << 16) >> 16;
+}
+inline Lanes32 add16(Lanes32 a, Lanes32 b) {
+  return wrap16(
+      reinterpret_cast<Lanes32>(reinterpret_cast<Lanes32U>(a) + reinterpret_cast<Lanes32U>(b)));
+}
+inline Lanes32 sub16(Lanes32 a, Lanes32 b) {
+  return wrap16(
+      reinterpret_cast<Lanes32>(reinterpret_cast<Lanes32U>(a) - reinterpret_cast<Lanes32U>(b)));
+}
+inline Lanes32 line_sum(Lanes32 a, Lanes32 b) { return add16(a, b); }
+template <class Table>
+inline Lanes32 lookup(Table const* table, Lanes32 i) {
+  return Lanes32{table[i[0]], table[i[1]], table[i[2]], table[i[3]]};
+}
+template <>
+inline Lanes32 splat<Lanes32>(std::int32_t v) {
+  return Lanes32{v, v, v, v};
+}
+
+// The lanes of type V holding x in every lane, or a, b, c, d.
+template <class V, class X>
+inline V broadcast_as(X x) {
+  if constexpr (std::is_same_v<V, DoubleLanes>)
+    return broadcast(static_cast<double>(x));
+  else
+    return splat<V>(static_cast<std::int32_t>(x));
+}
+template <class V, class X>
+inline V lanes_as(X a, X b, X c, X d) {
+  if constexpr (std::is_same_v<V, Lanes32>)
+    return Lanes32{a, b, c, d};
+  else
+    return lanes_of(a, b, c, d);
+}
+
 // The vector of four planes of a line type, and its 16-bit greys converted.
 template <class T>
 struct LanesOf;
@@ -165,6 +221,26 @@ struct LanesOf<double> {
   }
 };
 
+// What the engine keeps in lanes for a rule: its own LaneValue where it
+// names one, else the lanes of its line type.
+template <class Policy, class = void>
+struct LaneValueOf {
+  using type = typename LanesOf<typename Policy::Value>::type;
+};
+template <class Policy>
+struct LaneValueOf<Policy, std::void_t<typename Policy::LaneValue>> {
+  using type = typename Policy::LaneValue;
+};
+template <class V>
+inline V from_greys(Lanes g) {
+  if constexpr (std::is_same_v<V, DoubleLanes>)
+    return LanesOf<double>::from_greys(g);
+  else if constexpr (std::is_same_v<V, Lanes32>)
+    return reinterpret_cast<Lanes32>(g);  // the odd elements are 0: widened as they stand
+  else
+    return g;
+}
+
 // x where the mask is set, else 0.0.
 inline DoubleLanes keep_if(DoubleLanes x, Masks64 keep) {
   return reinterpret_cast<DoubleLanes>(reinterpret_cast<Masks64>(x) & keep);
@@ -173,7 +249,6 @@ inline DoubleLanes keep_if(DoubleLanes x, Masks64 keep) {
 // Pixels [0, width) of four rows of greys, pixel x into out[x].
 template <class V>
 inline void gather_greys(V* out, unsigned char const* const* rows, std::uint32_t width) {
-  using Kind = LanesOf<std::conditional_t<std::is_same_v<V, Lanes>, std::int16_t, double>>;
   std::uint32_t x = 0;
 #if defined(__SSE2__)
   // Sixteen pixels at a time: the four rows' bytes interleaved pixel by
@@ -192,15 +267,15 @@ inline void gather_greys(V* out, unsigned char const* const* rows, std::uint32_t
                                 _mm_unpackhi_epi8(quads[q], zero)};
       for (int h = 0; h < 2; ++h) {
         out[x + 4 * q + 2 * h] =
-            Kind::from_greys(reinterpret_cast<Lanes>(_mm_unpacklo_epi16(pairs[h], zero)));
+            from_greys<V>(reinterpret_cast<Lanes>(_mm_unpacklo_epi16(pairs[h], zero)));
         out[x + 4 * q + 2 * h + 1] =
-            Kind::from_greys(reinterpret_cast<Lanes>(_mm_unpackhi_epi16(pairs[h], zero)));
+            from_greys<V>(reinterpret_cast<Lanes>(_mm_unpackhi_epi16(pairs[h], zero)));
       }
     }
   }
 #endif
   for (; x < width; ++x)
-    out[x] = Kind::from_greys(lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]));
+    out[x] = from_greys<V>(lanes_of(rows[0][x], rows[1][x], rows[2][x], rows[3][x]));
 }
 
 namespace engine {
@@ -232,11 +307,24 @@ inline Lanes three_quarters(Lanes e) {
 }
 inline Lanes shift_half(Lanes e) { return e >> 1; }
 
+// The same splits in 32-bit lanes, exact for |e| < 49151 (every value the
+// 32-bit rules split is within 33 100 of 0): (e * 43691) >> 17 is e / 3
+// rounded down, and (e * 43691) >> 16 is (2e) / 3 rounded down, for |2e| <
+// 131072; a negative e then adds one.
+inline Lanes32 third(Lanes32 e) { return ((e * 43691) >> 17) - (e >> 31); }
+inline Lanes32 two_thirds(Lanes32 e) { return ((e * 43691) >> 16) - (e >> 31); }
+inline Lanes32 quarter(Lanes32 e) { return (e + ((e >> 31) & 3)) >> 2; }
+inline Lanes32 three_quarters(Lanes32 e) {
+  const Lanes32 t = e * 3;
+  return (t + ((t >> 31) & 3)) >> 2;
+}
+
 }  // namespace engine
 
 // Four copies of the additive generator, one a 32-bit word of the vector,
 // drawn in step. Each copy starts from its own table; every table is kept in
 // draw order, so one front and rear serve all.
+template <class V = Lanes>
 class LaneRandom {
  public:
   explicit LaneRandom(RandomTable const* tables, std::uint32_t count) {
@@ -244,8 +332,8 @@ class LaneRandom {
       for (std::uint32_t l = 0; l < kLanes; ++l) state_[k][l] = tables[l < count ? l : 0].words[k];
   }
 
-  // The draws' low 16 bits, each in its plane's lane.
-  inline Lanes draw() {
+  // The draws, each in its plane's lane (for 16-bit lanes their low 16 bits).
+  inline V draw() {
     const Words sum = state_[front_] + state_[rear_];
     state_[front_] = sum;
     if (++front_ == FeedbackRandom::kDegree) {
@@ -254,10 +342,10 @@ class LaneRandom {
     } else if (++rear_ == FeedbackRandom::kDegree) {
       rear_ = 0;
     }
-    return reinterpret_cast<Lanes>(sum >> 1);
+    return reinterpret_cast<V>(sum >> 1);
   }
-  inline Lanes bit() { return draw() & 1; }
-  inline Lanes two_bits() { return draw() & 3; }
+  inline V bit() { return draw() & 1; }
+  inline V two_bits() { return draw() & 3; }
 
  private:
   Words state_[FeedbackRandom::kDegree];

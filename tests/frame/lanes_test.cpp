@@ -42,6 +42,27 @@ TEST(Lanes, SplitsEqualThePlainIntegerSplitsForEveryValue) {
     }
 }
 
+// The 32-bit lanes, over every value their rules split and beyond.
+TEST(Lanes, WideSplitsEqualThePlainIntegerSplits) {
+  struct Case {
+    char const* name;
+    Lanes32 (*lanes)(Lanes32);
+    std::int32_t (*plain)(std::int32_t);
+  };
+  const Case cases[] = {{"third", engine::third, engine::third},
+                        {"two_thirds", engine::two_thirds, engine::two_thirds},
+                        {"quarter", engine::quarter, engine::quarter},
+                        {"three_quarters", engine::three_quarters, engine::three_quarters}};
+  for (Case const& c : cases)
+    for (std::int32_t e = -49148; e <= 49147; e += 4) {
+      const Lanes32 got = c.lanes(Lanes32{e, e + 1, e + 2, e + 3});
+      for (std::uint32_t l = 0; l < kLanes; ++l) {
+        const std::int32_t v = e + static_cast<std::int32_t>(l);
+        ASSERT_EQ(lane(got, l), c.plain(v)) << c.name << " of " << v;
+      }
+    }
+}
+
 TEST(Lanes, GeneratorDrawsAsFourPlainGenerators) {
   RandomTable tables[kLanes];
   FeedbackRandom plain[kLanes];

@@ -33,10 +33,10 @@ constexpr std::uint32_t kOffsetTile = 240;
 // lighter value passes on value - 255.
 struct OneBitDot {
   static constexpr unsigned kBits = 1;
-  std::int32_t operator()(std::int32_t v, Pixel px, engine::RowOut<1>& out) const {
-    const bool dot = v <= 128;
-    out.put(px.x, dot);
-    return dot ? v : v - 255;
+  template <class V, class Px, class Out>
+  V operator()(V v, Px const& px, Out& out) const {
+    out.put(px.x, dot_code(at_most(v, 128)));
+    return less_if_above(v, 128, 255);
   }
 };
 
@@ -87,25 +87,36 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   }
 
   // Every pixel runs the same rule; the engine drops the along share at the
-  // row's end. Sums are 32-bit; only the lines wrap to 16 bits.
-  template <Dir D, Role R>
-  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, engine::RowOut<kBits>& out,
-                            FeedbackRandom& rng) {
-    std::int32_t e = quantise(std::int32_t{v} + static_cast<std::int32_t>(px.s), px, out);
-    // All ones where the split is in thirds; the noise bit picks by mask.
-    const std::int32_t thirds = kMatrix ? -1 : -static_cast<std::int32_t>(rng.bit());
-    if constexpr (D == Dir::Ltr) {
-      if (kMatrix && !(px.x & 1u)) e += curves.b[px.s];
-      const std::int32_t down =
-          kMatrix ? engine::third(e)
-                  : (engine::third(e) & thirds) | (engine::three_quarters(e) & ~thirds);
-      return {e - down, down};
+  // row's end. Sums are 32-bit; only the lines wrap to 16 bits. The rule is
+  // written over the value type, so four planes run in 32-bit lanes.
+#if defined(__GNUC__) || defined(__clang__)
+  static constexpr bool kLaneRule = true;
+  using LaneValue = Lanes32;
+#endif
+  template <Dir D, Role R, class V, class Px, class Out, class Rng>
+  engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    V e = quantise(v + static_cast<V>(px.s), px, out);
+    if constexpr (kMatrix) {
+      if constexpr (D == Dir::Ltr) {
+        if (!(px.x & 1u)) e += lookup(curves.b, px.s);
+        const V down = engine::third(e);
+        return {e - down, down};
+      } else {
+        if (px.x & 1u) e += lookup(curves.a, px.s);
+        const V along = engine::two_thirds(e);
+        return {along, e - along};
+      }
     } else {
-      if (px.x & 1u) e += curves.a[px.s];
-      const std::int32_t along =
-          kMatrix ? engine::two_thirds(e)
-                  : (engine::two_thirds(e) & thirds) | (engine::quarter(e) & ~thirds);
-      return {along, e - along};
+      // All ones where the split is in thirds; the noise bit picks by mask.
+      const V thirds = ones_if(rng.bit());
+      if constexpr (D == Dir::Ltr) {
+        const V down = (engine::third(e) & thirds) | (engine::three_quarters(e) & ~thirds);
+        return {e - down, down};
+      } else {
+        if (px.x & 1u) e += lookup(curves.a, px.s);
+        const V along = (engine::two_thirds(e) & thirds) | (engine::quarter(e) & ~thirds);
+        return {along, e - along};
+      }
     }
   }
 };
@@ -118,8 +129,9 @@ struct FourLevelCodes {
   BracketedFourLevel cascade{ScreenParameterBytes()};
 
   static constexpr unsigned kBits = 2;
-  std::int32_t operator()(std::int32_t v, Pixel px, engine::RowOut<2>& out) const {
-    const Decision d = cascade.decide(wrap16(v), px.s);
+  template <class V, class Px, class Out>
+  V operator()(V v, Px const& px, Out& out) const {
+    const DecisionOf<V> d = cascade.decide_any(V(wrap16(v)), static_cast<V>(px.s));
     out.put(px.x, d.code);
     return d.e;
   }
