@@ -154,28 +154,20 @@ struct BracketedEightLevel {
     return {code, sub16(v, level[code])};
   }
 
-  // Planes in lanes: every range's code and grey follow from s alone; v then
-  // picks a range, innermost first, with selects instead of branches.
+  // Planes in lanes: every range's code follows from s alone; v then picks a
+  // range, innermost first, with selects instead of branches, and the code
+  // its grey.
   template <class V>
   DecisionOf<V> decide_any(V v, V s) const {
-    V code{}, grey{};
+    V code{};
     for (int i = 7; i >= 0; --i) {
       Range const& range = kRanges[i];
-      V c = splat<V>(range.otherwise), g = splat<V>(level[range.otherwise]);
-      for (int t = range.count - 1; t >= 0; --t) {
-        const auto lighter = above(s, b[range.tests[t].byte]);
-        c = choose(lighter, splat<V>(range.tests[t].code), c);
-        g = choose(lighter, splat<V>(level[range.tests[t].code]), g);
-      }
-      if (i == 7) {
-        code = c, grey = g;
-      } else {
-        const auto beyond = above(v, mid[i]);
-        code = choose(beyond, c, code);
-        grey = choose(beyond, g, grey);
-      }
+      V c = splat<V>(range.otherwise);
+      for (int t = range.count - 1; t >= 0; --t)
+        c = choose(above(s, b[range.tests[t].byte]), splat<V>(range.tests[t].code), c);
+      code = i == 7 ? c : choose(above(v, mid[i]), c, code);
     }
-    return {code, sub16(v, grey)};
+    return {code, sub16(v, lookup(level, code))};
   }
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
