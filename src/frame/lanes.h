@@ -5,12 +5,13 @@
 // generator. Lane p of a `Lanes` value carries plane p of a group of up to
 // four planes, so one pass of the rule screens a pixel of every plane at
 // once. The rules are written once, as templates over the value type: with
-// `std::int32_t` they run one plane, with `Lanes` four. Every operation here
-// gives, lane by lane, exactly what the scalar operation of the same name
-// gives.
+// `std::int32_t` (or `double`) they run one plane, with `Lanes` (16-bit
+// values), `Lanes32` (32-bit sums) or `DoubleLanes` four. Every operation
+// here gives, lane by lane, exactly what the scalar operation of the same
+// name gives.
 //
-// The lanes use the GCC/Clang vector extensions; other compilers screen
-// plane after plane (kHaveLanes is false).
+// The lanes use the GCC/Clang vector extensions; with other compilers the
+// engine screens the planes one or two at a time.
 #pragma once
 #include <cstdint>
 #include <type_traits>
@@ -54,7 +55,6 @@ inline V splat(std::int32_t v) {
 }
 
 #if defined(__GNUC__) || defined(__clang__)
-inline constexpr bool kHaveLanes = true;
 inline constexpr std::uint32_t kLanes = 4;
 
 // Eight 16-bit elements; plane l of the group is element 2l, the low half of
@@ -203,22 +203,16 @@ inline V lanes_as(X a, X b, X c, X d) {
     return lanes_of(a, b, c, d);
 }
 
-// The vector of four planes of a line type, and its 16-bit greys converted.
+// The vector of four planes of a line type.
 template <class T>
 struct LanesOf;
 template <>
 struct LanesOf<std::int16_t> {
   using type = Lanes;
-  using Gathered = Lanes;  // the dots or codes gathered for a byte
-  static Lanes from_greys(Lanes g) { return g; }
 };
 template <>
 struct LanesOf<double> {
   using type = DoubleLanes;
-  using Gathered = Masks64;
-  static DoubleLanes from_greys(Lanes g) {
-    return __builtin_convertvector(reinterpret_cast<Words32>(g), DoubleLanes);
-  }
 };
 
 // What the engine keeps in lanes for a rule: its own LaneValue where it
@@ -231,12 +225,14 @@ template <class Policy>
 struct LaneValueOf<Policy, std::void_t<typename Policy::LaneValue>> {
   using type = typename Policy::LaneValue;
 };
+
+// Greys gathered as 16-bit lanes (the odd elements 0), as lanes of type V.
 template <class V>
 inline V from_greys(Lanes g) {
   if constexpr (std::is_same_v<V, DoubleLanes>)
-    return LanesOf<double>::from_greys(g);
+    return __builtin_convertvector(reinterpret_cast<Words32>(g), DoubleLanes);
   else if constexpr (std::is_same_v<V, Lanes32>)
-    return reinterpret_cast<Lanes32>(g);  // the odd elements are 0: widened as they stand
+    return reinterpret_cast<Lanes32>(g);  // each word is its grey already
   else
     return g;
 }
@@ -352,8 +348,6 @@ class LaneRandom {
   int front_ = 0;
   int rear_ = FeedbackRandom::kDegree - FeedbackRandom::kSeparation;
 };
-#else
-inline constexpr bool kHaveLanes = false;
 #endif
 
 }  // namespace halftone
