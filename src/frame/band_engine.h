@@ -331,8 +331,7 @@ class BandEngine {
 #if defined(__GNUC__) || defined(__clang__)
     if constexpr (Policy::kLaneRule) {
       const std::uint32_t planes = control_.planes;
-      const std::uint32_t runs = threads < 1 ? 1u : (threads < planes ? threads : planes);
-      if (planes / runs >= 3) return planes_in_lanes(lines, threads);
+      if (planes / plane_runs(planes, threads) >= 3) return planes_in_lanes(lines, threads);
     }
 #endif
     planes_at_once(lines, threads);
@@ -354,7 +353,7 @@ class BandEngine {
     for (RandomTable const& table : plane_starts()) start.push_back(generator_at(table));
     // Two pairs of working lines a run; the first run's first pair is the
     // held one.
-    const std::uint32_t runs = threads < 1 ? 1u : (threads < planes ? threads : planes);
+    const std::uint32_t runs = plane_runs(planes, threads);
     std::vector<std::unique_ptr<T[]>> own(4 * runs);
     for (std::size_t i = 2; i < own.size(); ++i) own[i].reset(new T[width_ + 1]());
     for_plane_runs(planes, runs, [&](std::uint32_t first, std::uint32_t end) {

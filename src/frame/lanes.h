@@ -69,10 +69,9 @@ inline Lanes lanes_of(std::int32_t a, std::int32_t b, std::int32_t c, std::int32
   return Lanes{static_cast<std::int16_t>(a), 0, static_cast<std::int16_t>(b), 0,
                static_cast<std::int16_t>(c), 0, static_cast<std::int16_t>(d), 0};
 }
-inline Lanes broadcast(std::int32_t v) { return Lanes{} + static_cast<std::int16_t>(v); }
 template <>
 inline Lanes splat<Lanes>(std::int32_t v) {
-  return broadcast(v);
+  return Lanes{} + static_cast<std::int16_t>(v);
 }
 
 // Comparisons give all ones in a lane where they hold.

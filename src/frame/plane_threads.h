@@ -16,6 +16,12 @@
 
 namespace halftone {
 
+// How many runs `threads` threads cut `planes` planes into: at least one, at
+// most one a plane.
+constexpr std::uint32_t plane_runs(std::uint32_t planes, unsigned threads) {
+  return threads < 1 ? 1u : (threads > planes ? planes : threads);
+}
+
 // First plane of run `k` of `runs` over `planes` planes.
 constexpr std::uint32_t plane_run_start(std::uint32_t planes, std::uint32_t runs, std::uint32_t k) {
   return static_cast<std::uint32_t>(std::uint64_t{planes} * k / runs);
@@ -25,7 +31,7 @@ constexpr std::uint32_t plane_run_start(std::uint32_t planes, std::uint32_t runs
 // first exception any run throws is rethrown once every run has ended.
 template <class ScreenRun>
 void for_plane_runs(std::uint32_t planes, unsigned threads, ScreenRun screen_run) {
-  const std::uint32_t runs = threads < 1 ? 1u : (threads > planes ? planes : threads);
+  const std::uint32_t runs = plane_runs(planes, threads);
   if (runs <= 1) {
     screen_run(0u, planes);
     return;
