@@ -181,6 +181,13 @@ struct DrawCount {
   int inner, row_end, last_inner, last_end;
 
   constexpr bool fixed() const { return inner >= 0; }
+  constexpr bool fixed_some() const { return fixed() && (inner | row_end | last_inner | last_end); }
+  constexpr int in(Role r) const {
+    return r == Role::Inner       ? inner
+           : r == Role::RowEnd    ? row_end
+           : r == Role::LastInner ? last_inner
+                                  : last_end;
+  }
   // Draws of one plane of a band.
   constexpr std::uint64_t plane(std::uint32_t width, std::uint32_t height) const {
     if (width == 0 || height == 0) return 0;
@@ -555,8 +562,16 @@ class BandEngine {
   template <Dir D, Role Body, Role End>
   static void scan_pair(BandEngine& e0, Row const& r0, FeedbackRandom& g0, BandEngine& e1,
                         Row const& r1, FeedbackRandom& g1) {
+    e0.template with_row_draws<Body, End>(g0, [&](auto& rng0) {
+      e1.template with_row_draws<Body, End>(
+          g1, [&](auto& rng1) { scan_pair_with<D, Body, End>(e0, r0, rng0, e1, r1, rng1); });
+    });
+  }
+
+  template <Dir D, Role Body, Role End, class Rng0, class Rng1>
+  static void scan_pair_with(BandEngine& e0, Row const& r0, Rng0& rng0, BandEngine& e1,
+                             Row const& r1, Rng1& rng1) {
     using Acc = typename Policy::Acc;
-    FeedbackRandom rng0 = g0, rng1 = g1;
     RowOut<Policy::kBits> out0(r0.out), out1(r1.out);
     const std::uint32_t width = e0.width_;
     std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
@@ -575,8 +590,6 @@ class BandEngine {
     (void)e1.template step<D, End>(r1, x, ahead1, out1, rng1);
     out0.template after<D>(x, true);
     out1.template after<D>(x, true);
-    g0 = rng0;
-    g1 = rng1;
   }
 
   // The plane's first row from the source (or the screen's base) and the
@@ -608,17 +621,44 @@ class BandEngine {
     });
   }
 
+  // The draws of a row of the kind, where the policy's count is fixed.
+  template <Role Body, Role End>
+  std::uint32_t row_draws() const {
+    return static_cast<std::uint32_t>(Policy::kDraws.in(Body)) * (width_ - 1u) +
+           static_cast<std::uint32_t>(Policy::kDraws.in(End));
+  }
+
+  // Where the policy's draws a row are a fixed count, the row's draws are
+  // made first, a block at a time (FeedbackRandom::fill), and the pixels
+  // read them in turn; otherwise the pixels draw from a copy of the
+  // generator local to the row, so that nothing the loop writes through the
+  // output pointer can alias its state and it stays in registers.
+  template <Role Body, Role End, class Scan>
+  void with_row_draws(FeedbackRandom& shared_rng, Scan&& scan) {
+    if constexpr (Policy::kDraws.fixed_some()) {
+      const std::uint32_t n = row_draws<Body, End>();
+      if (draws_.size() < n) draws_.resize(n);
+      shared_rng.fill(draws_.data(), n);
+      DrawnRow drawn(draws_.data());
+      scan(drawn);
+    } else {
+      FeedbackRandom rng = shared_rng;
+      scan(rng);
+      shared_rng = rng;
+    }
+  }
+
+  template <Dir D, Role Body, Role End>
+  void scan(Row const& row, FeedbackRandom& shared_rng) {
+    with_row_draws<Body, End>(shared_rng, [&](auto& rng) { scan_with<D, Body, End>(row, rng); });
+  }
+
   // The share sent ahead goes to the very next pixel of the scan, which is
   // handled next; it is kept in a register instead of being stored in the
   // current line and read back (a current line's cells are dead once read).
-  //
-  // The generator is drawn from a copy local to the row: nothing the loop
-  // writes through the output pointer can then alias its state, so it stays
-  // in registers.
-  template <Dir D, Role Body, Role End>
-  void scan(Row const& row, FeedbackRandom& shared_rng) {
+  template <Dir D, Role Body, Role End, class Rng>
+  void scan_with(Row const& row, Rng& rng) {
     using Acc = typename Policy::Acc;
-    FeedbackRandom rng = shared_rng;
     RowOut<Policy::kBits> out(row.out);
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
     Acc ahead{};
@@ -632,12 +672,11 @@ class BandEngine {
     }
     (void)step<D, End>(row, x, ahead, out, rng);
     out.template after<D>(x, true);
-    shared_rng = rng;
   }
 
-  template <Dir D, Role R>
+  template <Dir D, Role R, class Rng>
   inline typename Policy::Acc step(Row const& row, std::uint32_t x, typename Policy::Acc incoming,
-                                   RowOut<Policy::kBits>& out, FeedbackRandom& rng) {
+                                   RowOut<Policy::kBits>& out, Rng& rng) {
     using Acc = typename Policy::Acc;
     const Acc v = store(T{}, row.cur[x] + incoming);
     const auto sh = policy_.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, out, rng);
@@ -660,6 +699,7 @@ class BandEngine {
   ScreenControl control_;
   std::uint32_t src_stride_;
   std::uint32_t out_stride_;
+  std::vector<std::uint32_t> draws_;  // a row's draws, made ahead
 };
 
 // Screens one call of a banded job with `policy` on `lines`. Returns 0, or

@@ -53,6 +53,19 @@ class FeedbackRandom {
 };
 
 // The screening instance, reseeded by the screens from the clock.
+// Draws made ahead (FeedbackRandom::fill), handed out in turn as the
+// generator would hand them.
+class DrawnRow {
+ public:
+  explicit DrawnRow(std::uint32_t const* draws) : next_(draws) {}
+  inline std::uint32_t draw() { return *next_++; }
+  inline std::uint32_t bit() { return draw() & 1u; }
+  inline std::uint32_t two_bits() { return draw() & 3u; }
+
+ private:
+  std::uint32_t const* next_;
+};
+
 FeedbackRandom& screening_random();
 // The utility instance: never reseeded; runs on for the life of the process.
 FeedbackRandom& utility_random();

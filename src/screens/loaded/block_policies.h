@@ -100,8 +100,8 @@ struct BlockRandomSplit : BlockFrame<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 1};
   ActiveToneCurves curves = active_curves();
 
-  template <Dir D, Role R>
-  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, engine::RowOut<1>& out, FeedbackRandom& rng) {
+  template <Dir D, Role R, class Rng>
+  engine::Shares<Acc> pixel(std::int16_t v, Pixel px, engine::RowOut<1>& out, Rng& rng) {
     std::int32_t t = quantise(std::int32_t{v} + static_cast<std::int32_t>(px.s), px.x, out);
     if constexpr (D == Dir::Ltr) {
       if (!(px.x & 1u)) t += curves.b[px.s];
