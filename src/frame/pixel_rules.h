@@ -81,6 +81,21 @@ inline V pick(R r, V c0, V c1, V c2, V c3) {
   return (low_pair & ~high) | (high_pair & high);
 }
 
+// A part of a 16-bit error (none, a third, two thirds, all), truncated
+// toward zero as the screens' integer splits are, as a multiply-high and the
+// sign correction of truncating division: exact for any error of 16 bits,
+// and the same few steps whichever part it is, so that a part chosen at
+// random costs no select.
+struct Part {
+  std::int64_t mul;  // the fraction in 32.32 fixed point
+  std::int32_t fix;  // -1 where negative errors round up (toward zero)
+};
+inline constexpr Part kNone{0, 0}, kThird{0x55555556, -1}, kTwoThirds{0xAAAAAAAC, -1},
+    kAll{std::int64_t{1} << 32, 0};
+inline std::int32_t part_of(std::int32_t e, Part p) {
+  return static_cast<std::int32_t>((e * p.mul) >> 32) - ((e >> 31) & p.fix);
+}
+
 // The tone push: every second pixel's error is pushed by the active curves,
 // curve A at odd columns going right, curve B at even columns going left.
 template <Dir D, class V, class Px>

@@ -1,5 +1,6 @@
-// The lane operations against the plain integer ones, on every 16-bit value,
-// and the lane generator against four plain generators.
+// The lane operations and the one-plane parts against the plain integer
+// ones, on every 16-bit value, and the lane generator against four plain
+// generators.
 #include "frame/lanes.h"
 
 #include <gtest/gtest.h>
@@ -8,9 +9,25 @@
 #include <cstdint>
 
 #include "frame/band_engine.h"
+#include "frame/pixel_rules.h"
 
 namespace halftone {
 namespace {
+
+// The one-plane parts, over every error the dot test and the push can give.
+TEST(Parts, EqualThePlainIntegerSplits) {
+  struct Case {
+    engine::Part part;
+    std::int32_t (*plain)(std::int32_t);
+  };
+  const Case cases[] = {{engine::kNone, [](std::int32_t) { return 0; }},
+                        {engine::kThird, engine::third},
+                        {engine::kTwoThirds, engine::two_thirds},
+                        {engine::kAll, [](std::int32_t e) { return e; }}};
+  for (Case const& c : cases)
+    for (std::int32_t e = -33023; e <= 33022; ++e)
+      ASSERT_EQ(engine::part_of(e, c.part), c.plain(e)) << c.part.mul << " of " << e;
+}
 
 #if defined(__GNUC__) || defined(__clang__)
 TEST(Lanes, SplitsEqualThePlainIntegerSplitsForEveryValue) {

@@ -2,6 +2,7 @@
 // each; the export table runs them on the engine.
 #pragma once
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include "frame/band_engine.h"
@@ -69,6 +70,51 @@ engine::Shares<V> split_thirds(V e, R2 r2) {
   return {pick(r2, tt, none, t, e), pick(r2, t, e, tt, none)};
 }
 
+// The same split for one plane. The dot test gives one of two errors, the
+// value (at most 128) or the value - 255; both are split before the test
+// picks one, so the test runs beside the split instead of ahead of it, and
+// each r2 names the part of the error each side gets, a multiply-high
+// (engine::part_of) with no select between the cases on the way.
+struct ThirdsCase {
+  engine::Part ahead, below;
+};
+template <Dir D, Role R>
+inline constexpr ThirdsCase kThirdsCases[4] = {};
+template <>
+inline constexpr ThirdsCase kThirdsCases<Dir::Ltr, Role::Inner>[4] = {
+    {engine::kThird, engine::kTwoThirds},
+    {engine::kNone, engine::kAll},
+    {engine::kTwoThirds, engine::kThird},
+    {engine::kAll, engine::kNone}};
+template <>
+inline constexpr ThirdsCase kThirdsCases<Dir::Rtl, Role::Inner>[4] = {
+    {engine::kTwoThirds, engine::kThird},
+    {engine::kNone, engine::kAll},
+    {engine::kThird, engine::kTwoThirds},
+    {engine::kAll, engine::kNone}};
+template <Dir D>
+inline constexpr ThirdsCase kThirdsCases<D, Role::LastInner>[4] = {
+    {engine::kTwoThirds, engine::kThird},
+    {engine::kAll, engine::kNone},
+    {engine::kThird, engine::kTwoThirds},
+    {engine::kNone, engine::kAll}};
+
+// Row ends send two thirds below, drawing (and ignoring) r2 where
+// kRowEndDraws.
+template <Dir D, Role R, bool kRowEndDraws, class Rng>
+engine::Shares<std::int32_t> split_thirds_of_either(std::int32_t v, std::int32_t dot_error,
+                                                    std::int32_t paper_error, Rng& rng) {
+  const std::int32_t e = select_at_most(v, 128, dot_error, paper_error);
+  if constexpr (R == Role::RowEnd) {
+    if constexpr (kRowEndDraws) (void)rng.two_bits();
+    return {0, two_thirds(e)};
+  }
+  ThirdsCase const& c = kThirdsCases<D, R>[rng.two_bits()];
+  return {select_at_most(v, 128, engine::part_of(dot_error, c.ahead),
+                         engine::part_of(paper_error, c.ahead)),
+          engine::part_of(e, c.below)};
+}
+
 // Thirds with the tone push: white pixels are never inked, the error is
 // pushed by the active curves, and row ends send two thirds below without
 // drawing.
@@ -79,11 +125,26 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
-    V e = quantise<true>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {V{}, V{}};
-    e = engine::tone_push<D>(e, px, curves);
-    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
-    return split_thirds<D, R>(e, rng.two_bits());
+    if constexpr (std::is_same_v<V, std::int32_t>) {
+      return one_plane<D, R>(v, px, out, rng);
+    } else {
+      V e = quantise<true>(v, px, out);
+      if constexpr (R == Role::LastEnd) return {V{}, V{}};
+      e = engine::tone_push<D>(e, px, curves);
+      if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
+      return split_thirds<D, R>(e, rng.two_bits());
+    }
+  }
+
+  // One plane: the curves hold 0-255, so neither pushed error leaves the
+  // 16-bit range.
+  template <Dir D, Role R, class Px, class Out, class Rng>
+  engine::Shares<std::int32_t> one_plane(std::int32_t v, Px const& px, Out& out, Rng& rng) {
+    out.put(px.x, dot_code(v <= 128 && px.s < 255));
+    if constexpr (R == Role::LastEnd) return {0, 0};
+    const bool pushed = D == Dir::Ltr ? (px.x & 1u) != 0 : (px.x & 1u) == 0;
+    const std::int32_t push = pushed ? (D == Dir::Ltr ? curves.a : curves.b)[px.s] : 0;
+    return split_thirds_of_either<D, R, false>(v, v + push, v - 255 + push, rng);
   }
 };
 
@@ -94,11 +155,17 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   static constexpr bool kLaneRule = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
-    const V e = quantise_inverted<true>(v, px, out);
-    if constexpr (R == Role::LastEnd) return {V{}, V{}};
-    const auto r2 = rng.two_bits();
-    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
-    return split_thirds<D, R>(e, r2);
+    if constexpr (std::is_same_v<V, std::int32_t>) {
+      out.put(px.x, dot_code(v > 128 || px.s > 254));
+      if constexpr (R == Role::LastEnd) return {0, 0};
+      return split_thirds_of_either<D, R, true>(v, v, v - 255, rng);
+    } else {
+      const V e = quantise_inverted<true>(v, px, out);
+      if constexpr (R == Role::LastEnd) return {V{}, V{}};
+      const auto r2 = rng.two_bits();
+      if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
+      return split_thirds<D, R>(e, r2);
+    }
   }
 };
 
