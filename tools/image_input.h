@@ -47,6 +47,8 @@ class Input {
   std::int64_t size_ = -1;  // of a regular file
   std::int64_t consumed_ = 0;
   std::FILE* copy_ = nullptr;
+  static constexpr std::size_t kBuffer = std::size_t{1} << 18;
+  std::unique_ptr<char[]> buffer_;  // the stream's buffer, for a file of our own
 };
 
 // How the samples of a pixel turn into planes.

@@ -12,6 +12,7 @@
 // and when SIGINT, SIGTERM, SIGHUP or SIGPIPE ends the program.
 #pragma once
 #include <cstdio>
+#include <memory>
 #include <string>
 
 namespace halftone::tool {
@@ -33,9 +34,10 @@ class OutputFile {
  private:
   void discard();
 
-  std::string path_;     // as given
-  std::string target_;   // the file that is replaced (links followed)
-  std::string pending_;  // the named temporary file, if any
+  std::string path_;                // as given
+  std::string target_;              // the file that is replaced (links followed)
+  std::string pending_;             // the named temporary file, if any
+  std::unique_ptr<char[]> buffer_;  // the stream's, for a file of our own
   std::FILE* stream_ = nullptr;
   int fd_ = -1;
   bool unnamed_ = false;  // an O_TMPFILE file, linked in by commit()
