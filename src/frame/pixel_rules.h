@@ -92,8 +92,8 @@ struct Part {
 };
 inline constexpr Part kNone{0, 0}, kThird{0x55555556, -1}, kTwoThirds{0xAAAAAAAC, -1},
     kAll{std::int64_t{1} << 32, 0};
-inline std::int32_t part_of(std::int32_t e, Part p) {
-  return static_cast<std::int32_t>((e * p.mul) >> 32) - ((e >> 31) & p.fix);
+inline std::int32_t part_of(std::int64_t e, Part p) {
+  return static_cast<std::int32_t>(((e * p.mul) >> 32) - ((e >> 63) & p.fix));
 }
 
 // The tone push: every second pixel's error is pushed by the active curves,

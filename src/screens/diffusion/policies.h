@@ -102,9 +102,10 @@ inline constexpr ThirdsCase kThirdsCases<D, Role::LastInner>[4] = {
 // Row ends send two thirds below, drawing (and ignoring) r2 where
 // kRowEndDraws.
 template <Dir D, Role R, bool kRowEndDraws, class Rng>
-engine::Shares<std::int32_t> split_thirds_of_either(std::int32_t v, std::int32_t dot_error,
-                                                    std::int32_t paper_error, Rng& rng) {
-  const std::int32_t e = select_at_most(v, 128, dot_error, paper_error);
+engine::Shares<std::int32_t> split_thirds_of_either(std::int32_t v, std::int64_t dot_error,
+                                                    std::int64_t paper_error, Rng& rng) {
+  const std::int32_t e = select_at_most(v, 128, static_cast<std::int32_t>(dot_error),
+                                        static_cast<std::int32_t>(paper_error));
   if constexpr (R == Role::RowEnd) {
     if constexpr (kRowEndDraws) (void)rng.two_bits();
     return {0, two_thirds(e)};
@@ -144,7 +145,8 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
     if constexpr (R == Role::LastEnd) return {0, 0};
     const bool pushed = D == Dir::Ltr ? (px.x & 1u) != 0 : (px.x & 1u) == 0;
     const std::int32_t push = pushed ? (D == Dir::Ltr ? curves.a : curves.b)[px.s] : 0;
-    return split_thirds_of_either<D, R, false>(v, v + push, v - 255 + push, rng);
+    return split_thirds_of_either<D, R, false>(v, std::int64_t{v} + push,
+                                               std::int64_t{v} - 255 + push, rng);
   }
 };
 
@@ -158,7 +160,7 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
     if constexpr (std::is_same_v<V, std::int32_t>) {
       out.put(px.x, dot_code(v > 128 || px.s > 254));
       if constexpr (R == Role::LastEnd) return {0, 0};
-      return split_thirds_of_either<D, R, true>(v, v, v - 255, rng);
+      return split_thirds_of_either<D, R, true>(v, v, std::int64_t{v} - 255, rng);
     } else {
       const V e = quantise_inverted<true>(v, px, out);
       if constexpr (R == Role::LastEnd) return {V{}, V{}};
