@@ -50,7 +50,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--halftone", help="the halftone program (default: build/tools/halftone)")
     parser.add_argument("--screen", action="append",
-                        help="screen id or entry name, repeatable (default: tone-push, ordered-16)")
+                        help="screen id or entry name, repeatable "
+                        "(default: random-direction, tone-push, ordered-16)")
     parser.add_argument("--threads", type=int, default=1, help="the program's --threads")
     parser.add_argument("--runs", type=int, default=5, help="timed runs a command (default 5)")
     parser.add_argument("--height", type=int, default=7016, help="rows of the page (default 7016)")
@@ -60,7 +61,7 @@ def main():
         if not shutil.which(tool):
             sys.exit(f"compare_tools: {tool} is not installed (apt-get install hyperfine netpbm)")
     program = find_program(args.halftone)
-    screens = args.screen or ["tone-push", "ordered-16"]
+    screens = args.screen or ["random-direction", "tone-push", "ordered-16"]
 
     with tempfile.TemporaryDirectory(prefix="halftone-compare-") as tmp:
         page = os.path.join(tmp, "page.pgm")
