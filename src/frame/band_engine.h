@@ -317,17 +317,15 @@ class BandEngine {
   // The draws plane p makes, counted from its source (kDrawsBySource).
   std::uint64_t source_draws(std::uint32_t p) const {
     std::uint64_t n = 0;
-    for (std::uint32_t r = 0; r < height_; ++r) {
-      unsigned char const* row = src_row(p, r);
-      std::uint32_t in_row = 0;
-      if (r & 1u)
-        for (std::uint32_t x = 0; x < width_; ++x)
-          in_row += Policy::template draws_at<Dir::Rtl>(row[x]);
-      else
-        for (std::uint32_t x = 0; x < width_; ++x)
-          in_row += Policy::template draws_at<Dir::Ltr>(row[x]);
-      n += in_row;
-    }
+    for (std::uint32_t r = 0; r < height_; ++r)
+      n += (r & 1u) ? row_source_draws<Dir::Rtl>(src_row(p, r))
+                    : row_source_draws<Dir::Ltr>(src_row(p, r));
+    return n;
+  }
+  template <Dir D>
+  std::uint32_t row_source_draws(unsigned char const* row) const {
+    std::uint32_t n = 0;
+    for (std::uint32_t x = 0; x < width_; ++x) n += Policy::template draws_at<D>(row[x]);
     return n;
   }
 
@@ -562,9 +560,9 @@ class BandEngine {
   template <Dir D, Role Body, Role End>
   static void scan_pair(BandEngine& e0, Row const& r0, FeedbackRandom& g0, BandEngine& e1,
                         Row const& r1, FeedbackRandom& g1) {
-    e0.template with_row_draws<Body, End>(g0, [&](auto& rng0) {
-      e1.template with_row_draws<Body, End>(
-          g1, [&](auto& rng1) { scan_pair_with<D, Body, End>(e0, r0, rng0, e1, r1, rng1); });
+    e0.template with_row_draws<D, Body, End>(r0, g0, [&](auto& rng0) {
+      e1.template with_row_draws<D, Body, End>(
+          r1, g1, [&](auto& rng1) { scan_pair_with<D, Body, End>(e0, r0, rng0, e1, r1, rng1); });
     });
   }
 
@@ -628,15 +626,17 @@ class BandEngine {
            static_cast<std::uint32_t>(Policy::kDraws.in(End));
   }
 
-  // Where the policy's draws a row are a fixed count, the row's draws are
-  // made first, a block at a time (FeedbackRandom::fill), and the pixels
-  // read them in turn; otherwise the pixels draw from a copy of the
-  // generator local to the row, so that nothing the loop writes through the
-  // output pointer can alias its state and it stays in registers.
-  template <Role Body, Role End, class Scan>
-  void with_row_draws(FeedbackRandom& shared_rng, Scan&& scan) {
-    if constexpr (Policy::kDraws.fixed_some()) {
-      const std::uint32_t n = row_draws<Body, End>();
+  // Where the policy's draws a row are a fixed count, or follow from the
+  // row's source, the row's draws are made first, a block at a time
+  // (FeedbackRandom::fill), and the pixels read them in turn; otherwise the
+  // pixels draw from a copy of the generator local to the row, so that
+  // nothing the loop writes through the output pointer can alias its state
+  // and it stays in registers.
+  template <Dir D, Role Body, Role End, class Scan>
+  void with_row_draws(Row const& row, FeedbackRandom& shared_rng, Scan&& scan) {
+    if constexpr (Policy::kDraws.fixed_some() || Policy::kDrawsBySource) {
+      const std::uint32_t n =
+          Policy::kDrawsBySource ? row_source_draws<D>(row.src) : row_draws<Body, End>();
       if (draws_.size() < n) draws_.resize(n);
       shared_rng.fill(draws_.data(), n);
       DrawnRow drawn(draws_.data());
@@ -650,7 +650,8 @@ class BandEngine {
 
   template <Dir D, Role Body, Role End>
   void scan(Row const& row, FeedbackRandom& shared_rng) {
-    with_row_draws<Body, End>(shared_rng, [&](auto& rng) { scan_with<D, Body, End>(row, rng); });
+    with_row_draws<D, Body, End>(row, shared_rng,
+                                 [&](auto& rng) { scan_with<D, Body, End>(row, rng); });
   }
 
   // The share sent ahead goes to the very next pixel of the scan, which is

@@ -231,7 +231,8 @@ using engine::shift_half;
 using engine::two_thirds;
 
 // `one` when the next random bit is 1, else `zero`, without a branch on the bit.
-inline std::int32_t on_bit(FeedbackRandom& rng, std::int32_t one, std::int32_t zero) {
+template <class Rng>
+inline std::int32_t on_bit(Rng& rng, std::int32_t one, std::int32_t zero) {
   const std::int32_t mask = -static_cast<std::int32_t>(rng.bit());
   return (one & mask) | (zero & ~mask);
 }
@@ -263,8 +264,8 @@ struct ToneBanded : engine::PolicyBase<std::int16_t> {
     return Rules::template draws_at<D>(s);
   }
 
-  template <Dir D, Role R>
-  IntShares pixel(std::int16_t c, Pixel px, Out& out, FeedbackRandom& rng) {
+  template <Dir D, Role R, class Rng>
+  IntShares pixel(std::int16_t c, Pixel px, Out& out, Rng& rng) {
     const std::int32_t v = c + static_cast<std::int32_t>(px.s);
     const bool dot = v <= 128;
     out.put(px.x, dot);
@@ -297,8 +298,8 @@ struct ThreeBands {
     return s < (D == Dir::Ltr ? R::kLtr : R::kRtl).high;
   }
 
-  template <Dir D>
-  static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
+  template <Dir D, class Rng>
+  static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, Rng& rng) {
     constexpr Bands bands = D == Dir::Ltr ? R::kLtr : R::kRtl;
     if (s >= bands.high) return (x & 1u) ? R::lesser(e) : two_thirds(e);
     if (s >= bands.middle) return on_bit(rng, R::lesser(e), two_thirds(e));
@@ -341,8 +342,8 @@ struct FiveBandRules {
   static bool draws_at(std::uint32_t s) {
     return s < 203;
   }
-  template <Dir D>
-  static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, FeedbackRandom& rng) {
+  template <Dir D, class Rng>
+  static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, Rng& rng) {
     if (s > 240) return two_thirds(e);
     if (s >= 229) return D == Dir::Ltr ? half(e) : two_thirds(e);
     if (s >= 203) {
@@ -364,8 +365,8 @@ struct HalvesRules {
     return false;
   }
 
-  template <Dir D>
-  static std::int32_t along(std::int32_t e, std::uint32_t, std::uint32_t, FeedbackRandom&) {
+  template <Dir D, class Rng>
+  static std::int32_t along(std::int32_t e, std::uint32_t, std::uint32_t, Rng&) {
     return half(e);
   }
 };
