@@ -58,23 +58,11 @@ struct RandomDirection : engine::PolicyBase<std::int16_t> {
   }
 };
 
-// Thirds on r2 (two random bits). Ordinary rows: 3 all ahead, 1 all below, 2
+// Thirds on r2 (two random bits): the part of the error (none, a third, two
+// thirds, all) each side gets. Ordinary rows: 3 all ahead, 1 all below, 2
 // and 0 split in thirds, mirrored between the directions. The last row
 // exchanges 3 and 1 (3 sends everything into the carry) and splits as a
 // right-to-left row does, in both directions.
-template <Dir D, Role R, class V, class R2>
-engine::Shares<V> split_thirds(V e, R2 r2) {
-  const V t = third(e), tt = two_thirds(e), none{};
-  if constexpr (R == Role::LastInner) return {pick(r2, tt, e, t, none), pick(r2, t, none, tt, e)};
-  if constexpr (D == Dir::Ltr) return {pick(r2, t, none, tt, e), pick(r2, tt, e, t, none)};
-  return {pick(r2, tt, none, t, e), pick(r2, t, e, tt, none)};
-}
-
-// The same split for one plane. The dot test gives one of two errors, the
-// value (at most 128) or the value - 255; both are split before the test
-// picks one, so the test runs beside the split instead of ahead of it, and
-// each r2 names the part of the error each side gets, a multiply-high
-// (engine::part_of) with no select between the cases on the way.
 struct ThirdsCase {
   engine::Part ahead, below;
 };
@@ -99,11 +87,37 @@ inline constexpr ThirdsCase kThirdsCases<D, Role::LastInner>[4] = {
     {engine::kThird, engine::kTwoThirds},
     {engine::kNone, engine::kAll}};
 
-// Row ends send two thirds below, drawing (and ignoring) r2 where
-// kRowEndDraws.
+// The part of e that `p` names, from e's thirds worked out beforehand.
+template <class V>
+constexpr V part_value(engine::Part p, V e, V t, V tt) {
+  return p.mul == engine::kAll.mul         ? e
+         : p.mul == engine::kTwoThirds.mul ? tt
+         : p.mul == engine::kThird.mul     ? t
+                                           : V{};
+}
+
+// Any number of planes: every case's parts are worked out and r2 picks one.
+template <Dir D, Role R, class V, class R2>
+engine::Shares<V> split_thirds(V e, R2 r2) {
+  const V t = third(e), tt = two_thirds(e);
+  constexpr ThirdsCase const* c = kThirdsCases<D, R>;
+  return {pick(r2, part_value(c[0].ahead, e, t, tt), part_value(c[1].ahead, e, t, tt),
+               part_value(c[2].ahead, e, t, tt), part_value(c[3].ahead, e, t, tt)),
+          pick(r2, part_value(c[0].below, e, t, tt), part_value(c[1].below, e, t, tt),
+               part_value(c[2].below, e, t, tt), part_value(c[3].below, e, t, tt))};
+}
+
+// One plane, whose chain is what counts. The dot test gives one of two
+// errors, the value (at most 128) or the value - 255, each pushed by `push`
+// (0-255, so neither leaves the 16-bit range); both are split before the
+// test picks one, so the test runs beside the split instead of ahead of it,
+// and r2 names each side's part as a multiply-high (engine::part_of), with
+// no select between the cases on the way. Row ends send two thirds below,
+// drawing (and ignoring) r2 where kRowEndDraws.
 template <Dir D, Role R, bool kRowEndDraws, class Rng>
-engine::Shares<std::int32_t> split_thirds_of_either(std::int32_t v, std::int64_t dot_error,
-                                                    std::int64_t paper_error, Rng& rng) {
+engine::Shares<std::int32_t> split_thirds_one_plane(std::int32_t v, std::int32_t push, Rng& rng) {
+  const std::int64_t dot_error = std::int64_t{v} + push,
+                     paper_error = std::int64_t{v} + (push - 255);
   const std::int32_t e = select_at_most(v, 128, static_cast<std::int32_t>(dot_error),
                                         static_cast<std::int32_t>(paper_error));
   if constexpr (R == Role::RowEnd) {
@@ -126,27 +140,17 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    V e = quantise<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
     if constexpr (std::is_same_v<V, std::int32_t>) {
-      return one_plane<D, R>(v, px, out, rng);
+      // The push alone: the push of an error of 0.
+      const std::int32_t push = engine::tone_push<D>(std::int32_t{0}, px, curves);
+      return split_thirds_one_plane<D, R, false>(v, push, rng);
     } else {
-      V e = quantise<true>(v, px, out);
-      if constexpr (R == Role::LastEnd) return {V{}, V{}};
       e = engine::tone_push<D>(e, px, curves);
       if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
       return split_thirds<D, R>(e, rng.two_bits());
     }
-  }
-
-  // One plane: the curves hold 0-255, so neither pushed error leaves the
-  // 16-bit range.
-  template <Dir D, Role R, class Px, class Out, class Rng>
-  engine::Shares<std::int32_t> one_plane(std::int32_t v, Px const& px, Out& out, Rng& rng) {
-    out.put(px.x, dot_code(v <= 128 && px.s < 255));
-    if constexpr (R == Role::LastEnd) return {0, 0};
-    const bool pushed = D == Dir::Ltr ? (px.x & 1u) != 0 : (px.x & 1u) == 0;
-    const std::int32_t push = pushed ? (D == Dir::Ltr ? curves.a : curves.b)[px.s] : 0;
-    return split_thirds_of_either<D, R, false>(v, std::int64_t{v} + push,
-                                               std::int64_t{v} - 255 + push, rng);
   }
 };
 
@@ -157,13 +161,11 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   static constexpr bool kLaneRule = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
+    const V e = quantise_inverted<true>(v, px, out);
+    if constexpr (R == Role::LastEnd) return {V{}, V{}};
     if constexpr (std::is_same_v<V, std::int32_t>) {
-      out.put(px.x, dot_code(v > 128 || px.s > 254));
-      if constexpr (R == Role::LastEnd) return {0, 0};
-      return split_thirds_of_either<D, R, true>(v, v, std::int64_t{v} - 255, rng);
+      return split_thirds_one_plane<D, R, true>(v, 0, rng);
     } else {
-      const V e = quantise_inverted<true>(v, px, out);
-      if constexpr (R == Role::LastEnd) return {V{}, V{}};
       const auto r2 = rng.two_bits();
       if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
       return split_thirds<D, R>(e, r2);
