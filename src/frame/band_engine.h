@@ -100,35 +100,43 @@ constexpr std::uint32_t out_stride(unsigned bits, std::uint32_t width) {
   return bits == 4 ? dot4_stride(width) : bits == 2 ? dot2_stride(width) : dot_stride(width);
 }
 
-// The output row being scanned. Pixels arrive one by one in scan order; their
-// dots or codes are gathered in a register and stored a whole byte at a time.
-// The output was cleared first, so storing a byte sets exactly the bits its
-// pixels put there and nothing beyond the row's last pixel.
+// The output row being scanned. Pixels arrive one by one in scan order, from
+// `first`; their dots or codes are gathered in a register and stored a whole
+// byte at a time. The output was cleared first, so storing a byte sets
+// exactly the bits its pixels put there and nothing beyond the row's last
+// pixel. The place of the pixel at hand in its byte is kept as a shift that
+// steps with the scan, so that neither needs the column.
 template <unsigned kBits>
 class RowOut {
  public:
   static constexpr std::uint32_t kPerByte = 8 / kBits;
+  static constexpr std::uint32_t kLastShift = 8 - kBits;
 
-  explicit RowOut(unsigned char* row) : row_(row) {}
+  RowOut(unsigned char* row, std::uint32_t first)
+      : row_(row), shift_((kPerByte - 1 - first % kPerByte) * kBits) {}
 
-  // Pixel x gets `code` (a dot is code 1; code 0 leaves the pixel clear).
-  void put(std::uint32_t x, std::uint32_t code) {
-    gathered_ |= code << ((kPerByte - 1 - x % kPerByte) * kBits);
-  }
+  // The pixel at hand gets `code` (a dot is code 1; code 0 leaves it clear).
+  void put(std::uint32_t /*x*/, std::uint32_t code) { gathered_ |= code << shift_; }
 
   // After pixel x: stores the byte when x completes it in scan direction D,
   // or when x is the row's last pixel.
   template <Dir D>
   void after(std::uint32_t x, bool row_end) {
-    const bool completes = D == Dir::Ltr ? x % kPerByte == kPerByte - 1 : x % kPerByte == 0;
+    const bool completes = D == Dir::Ltr ? shift_ == 0 : shift_ == kLastShift;
     if (completes || row_end) {
       row_[x / kPerByte] = static_cast<unsigned char>(gathered_);
       gathered_ = 0;
+      shift_ = D == Dir::Ltr ? kLastShift : 0;
+    } else if constexpr (D == Dir::Ltr) {
+      shift_ -= kBits;
+    } else {
+      shift_ += kBits;
     }
   }
 
  private:
   unsigned char* row_;
+  std::uint32_t shift_;
   std::uint32_t gathered_ = 0;
 };
 
@@ -226,6 +234,10 @@ struct PolicyBase {
   // The pixel rule is written for Lanes too and the scan direction depends
   // on the row alone: the planes may run side by side in lanes.
   static constexpr bool kLaneRule = false;
+  // One plane at a time, a row may run with its values unwrapped and run
+  // again wrapped where one leaves the 16-bit range (see scan_with); for
+  // 16-bit rules whose chain is what bounds them.
+  static constexpr bool kUnwrappedRows = false;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
   // After reseeding, before any plane: a policy whose draws follow from the
@@ -566,28 +578,37 @@ class BandEngine {
     });
   }
 
+  // Pairs keep their values wrapped: two chains side by side are bound by
+  // their number of instructions more than by either chain, and the range
+  // mask would add to it.
   template <Dir D, Role Body, Role End, class Rng0, class Rng1>
-  static void scan_pair_with(BandEngine& e0, Row const& r0, Rng0& rng0, BandEngine& e1,
-                             Row const& r1, Rng1& rng1) {
-    using Acc = typename Policy::Acc;
-    RowOut<Policy::kBits> out0(r0.out), out1(r1.out);
-    const std::uint32_t width = e0.width_;
-    std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
-    Acc ahead0{}, ahead1{};
-    for (std::uint32_t n = width - 1; n != 0; --n) {
-      ahead0 = e0.template step<D, Body>(r0, x, ahead0, out0, rng0);
-      ahead1 = e1.template step<D, Body>(r1, x, ahead1, out1, rng1);
-      out0.template after<D>(x, false);
-      out1.template after<D>(x, false);
-      if constexpr (D == Dir::Ltr)
-        ++x;
-      else
-        --x;
-    }
-    (void)e0.template step<D, End>(r0, x, ahead0, out0, rng0);
-    (void)e1.template step<D, End>(r1, x, ahead1, out1, rng1);
-    out0.template after<D>(x, true);
-    out1.template after<D>(x, true);
+  static void scan_pair_with(BandEngine& e0, Row const& r0_in, Rng0& rng0, BandEngine& e1,
+                             Row const& r1_in, Rng1& rng1) {
+    e0.with_scan_policy([&](Policy& p0) {
+      e1.with_scan_policy([&](Policy& p1) {
+        using Acc = typename Policy::Acc;
+        const Row r0 = r0_in, r1 = r1_in;
+        const std::uint32_t width = e0.width_;
+        std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
+        RowOut<Policy::kBits> out0(r0.out, x), out1(r1.out, x);
+        Acc ahead0{}, ahead1{};
+        std::uint32_t range = 0;  // unused
+        for (std::uint32_t n = width - 1; n != 0; --n) {
+          ahead0 = step<D, Body>(p0, r0, x, ahead0, out0, rng0, range);
+          ahead1 = step<D, Body>(p1, r1, x, ahead1, out1, rng1, range);
+          out0.template after<D>(x, false);
+          out1.template after<D>(x, false);
+          if constexpr (D == Dir::Ltr)
+            ++x;
+          else
+            --x;
+        }
+        (void)step<D, End>(p0, r0, x, ahead0, out0, rng0, range);
+        (void)step<D, End>(p1, r1, x, ahead1, out1, rng1, range);
+        out0.template after<D>(x, true);
+        out1.template after<D>(x, true);
+      });
+    });
   }
 
   // The plane's first row from the source (or the screen's base) and the
@@ -657,35 +678,88 @@ class BandEngine {
   // The share sent ahead goes to the very next pixel of the scan, which is
   // handled next; it is kept in a register instead of being stored in the
   // current line and read back (a current line's cells are dead once read).
+  //
+  // With kUnwrappedRows the row first runs with its values unwrapped,
+  // which takes the 16-bit wrap off the chain from pixel to pixel, while a
+  // mask gathers whether any value left the 16-bit range. Only then do the
+  // two runs differ; the row is run again from the same draws and state
+  // with the values wrapped, and every line cell and output byte the first
+  // run wrote is written again. Past the first value out of range, a value
+  // can grow by at most some 2^15 a pixel; rows of up to kUnwrappedWidth
+  // pixels keep every value, and three times it, well inside 32 bits.
+  static constexpr std::uint32_t kUnwrappedWidth = 16384;
+
   template <Dir D, Role Body, Role End, class Rng>
-  void scan_with(Row const& row, Rng& rng) {
+  void scan_with(Row const& row_in, Rng& rng) {
+    with_scan_policy([&](Policy& policy) {
+      const Row row = row_in;
+      if constexpr (Policy::kUnwrappedRows) {
+        if (width_ <= kUnwrappedWidth) {
+          const Rng rng_start = rng;
+          const Policy policy_start = policy;
+          if (scan_values<D, Body, End, true>(policy, row, rng)) return;
+          rng = rng_start;
+          policy = policy_start;
+        }
+      }
+      (void)scan_values<D, Body, End, false>(policy, row, rng);
+    });
+  }
+
+  // Scans the row; false where kUnwrapped and a value left the 16-bit range.
+  template <Dir D, Role Body, Role End, bool kUnwrapped, class Rng>
+  bool scan_values(Policy& policy, Row const& row, Rng& rng) const {
     using Acc = typename Policy::Acc;
-    RowOut<Policy::kBits> out(row.out);
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
+    RowOut<Policy::kBits> out(row.out, x);
     Acc ahead{};
+    std::uint32_t range = 0;  // every value + 2^15, or'ed: 16 bits while none wraps
     for (std::uint32_t n = width_ - 1; n != 0; --n) {
-      ahead = step<D, Body>(row, x, ahead, out, rng);
+      ahead = step<D, Body, kUnwrapped>(policy, row, x, ahead, out, rng, range);
       out.template after<D>(x, false);
       if constexpr (D == Dir::Ltr)
         ++x;
       else
         --x;
     }
-    (void)step<D, End>(row, x, ahead, out, rng);
+    (void)step<D, End, kUnwrapped>(policy, row, x, ahead, out, rng, range);
     out.template after<D>(x, true);
+    return range <= 0xFFFFu;
   }
 
-  template <Dir D, Role R, class Rng>
-  inline typename Policy::Acc step(Row const& row, std::uint32_t x, typename Policy::Acc incoming,
-                                   RowOut<Policy::kBits>& out, Rng& rng) {
+  // The scan works on a copy of the policy where it is a plain one, so that
+  // nothing the loop stores through its byte pointers can alias the
+  // policy's tables and state, which then stay in registers; the state is
+  // handed back after the row.
+  template <class F>
+  void with_scan_policy(F&& f) {
+    if constexpr (std::is_trivially_copyable_v<Policy> && sizeof(Policy) <= 256) {
+      Policy local = policy_;
+      f(local);
+      policy_ = local;
+    } else {
+      f(policy_);
+    }
+  }
+
+  template <Dir D, Role R, bool kUnwrapped = false, class Rng>
+  static inline typename Policy::Acc step(Policy& policy, Row const& row, std::uint32_t x,
+                                          typename Policy::Acc incoming, RowOut<Policy::kBits>& out,
+                                          Rng& rng, std::uint32_t& range) {
     using Acc = typename Policy::Acc;
-    const Acc v = store(T{}, row.cur[x] + incoming);
-    const auto sh = policy_.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, out, rng);
+    Acc v;
+    if constexpr (kUnwrapped) {
+      v = row.cur[x] + incoming;
+      range |= static_cast<std::uint32_t>(v) + 0x8000u;
+    } else {
+      v = store(T{}, row.cur[x] + incoming);
+    }
+    const auto sh = policy.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)
         row.below[x] = store(T{}, static_cast<typename Policy::Acc>(row.src_next[x]) + sh.below);
       else
-        row.below[x] = store(T{}, policy_.below_base(x, row.y) + sh.below);
+        row.below[x] = store(T{}, policy.below_base(x, row.y) + sh.below);
     } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
       row.carry[x] = store(T{}, sh.below);
     }

@@ -87,13 +87,17 @@ inline V pick(R r, V c0, V c1, V c2, V c3) {
 // and the same few steps whichever part it is, so that a part chosen at
 // random costs no select.
 struct Part {
-  std::int64_t mul;  // the fraction in 32.32 fixed point
+  std::int32_t mul;  // the fraction in 16.16 fixed point
   std::int32_t fix;  // -1 where negative errors round up (toward zero)
 };
-inline constexpr Part kNone{0, 0}, kThird{0x55555556, -1}, kTwoThirds{0xAAAAAAAC, -1},
-    kAll{std::int64_t{1} << 32, 0};
-inline std::int32_t part_of(std::int64_t e, Part p) {
-  return static_cast<std::int32_t>(((e * p.mul) >> 32) - ((e >> 63) & p.fix));
+inline constexpr Part kNone{0, 0}, kThird{0x5556, -1}, kTwoThirds{0xAAAB, -1}, kAll{0x10000, 0};
+inline std::int32_t part_of(std::int32_t e, Part p) {
+  // Unsigned, so that a row's unwrapped first run (engine::BandEngine), run
+  // again where its values leave the 16-bit range, wraps instead of
+  // overflowing on the way.
+  const auto product =
+      static_cast<std::int32_t>(static_cast<std::uint32_t>(e) * static_cast<std::uint32_t>(p.mul));
+  return (product >> 16) - ((e >> 31) & p.fix);
 }
 
 // The tone push: every second pixel's error is pushed by the active curves,

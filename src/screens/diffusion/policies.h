@@ -47,6 +47,7 @@ struct RandomDirectionPage : engine::PolicyBase<std::int16_t> {
 struct RandomDirection : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr bool kLaneRule = true;
+  static constexpr bool kUnwrappedRows = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise<false>(v, px, out);
@@ -108,26 +109,20 @@ engine::Shares<V> split_thirds(V e, R2 r2) {
 }
 
 // One plane, whose chain is what counts. The dot test gives one of two
-// errors, the value (at most 128) or the value - 255, each pushed by `push`
-// (0-255, so neither leaves the 16-bit range); both are split before the
-// test picks one, so the test runs beside the split instead of ahead of it,
-// and r2 names each side's part as a multiply-high (engine::part_of), with
-// no select between the cases on the way. Row ends send two thirds below,
-// drawing (and ignoring) r2 where kRowEndDraws.
+// errors, the value (at most 128) or the value - 255, pushed by `push`
+// (0-255, so that neither leaves the 16-bit range), and r2 names each side's
+// part as a multiply-high (engine::part_of), with no select between the
+// cases on the way. Row ends send two thirds below, drawing (and ignoring)
+// r2 where kRowEndDraws.
 template <Dir D, Role R, bool kRowEndDraws, class Rng>
 engine::Shares<std::int32_t> split_thirds_one_plane(std::int32_t v, std::int32_t push, Rng& rng) {
-  const std::int64_t dot_error = std::int64_t{v} + push,
-                     paper_error = std::int64_t{v} + (push - 255);
-  const std::int32_t e = select_at_most(v, 128, static_cast<std::int32_t>(dot_error),
-                                        static_cast<std::int32_t>(paper_error));
+  const std::int32_t e = select_at_most(v, 128, v + push, v + (push - 255));
   if constexpr (R == Role::RowEnd) {
     if constexpr (kRowEndDraws) (void)rng.two_bits();
     return {0, two_thirds(e)};
   }
   ThirdsCase const& c = kThirdsCases<D, R>[rng.two_bits()];
-  return {select_at_most(v, 128, engine::part_of(dot_error, c.ahead),
-                         engine::part_of(paper_error, c.ahead)),
-          engine::part_of(e, c.below)};
+  return {engine::part_of(e, c.ahead), engine::part_of(e, c.below)};
 }
 
 // Thirds with the tone push: white pixels are never inked, the error is
@@ -136,6 +131,7 @@ engine::Shares<std::int32_t> split_thirds_one_plane(std::int32_t v, std::int32_t
 struct TonePush : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 0, 1, 0};
   static constexpr bool kLaneRule = true;
+  static constexpr bool kUnwrappedRows = true;
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
@@ -159,6 +155,7 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
 struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr bool kLaneRule = true;
+  static constexpr bool kUnwrappedRows = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise_inverted<true>(v, px, out);
@@ -181,6 +178,7 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
 struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr bool kLaneRule = true;
+  static constexpr bool kUnwrappedRows = true;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise_inverted<false>(v, px, out);
