@@ -694,6 +694,8 @@ class BandEngine {
     with_scan_policy([&](Policy& policy) {
       const Row row = row_in;
       if constexpr (Policy::kUnwrappedRows) {
+        static_assert(std::is_trivially_copyable_v<Policy>,
+                      "a row run again starts from a plain copy of the policy's state");
         if (width_ <= kUnwrappedWidth) {
           const Rng rng_start = rng;
           const Policy policy_start = policy;
