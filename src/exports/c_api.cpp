@@ -166,6 +166,7 @@ int halftone_job::set(std::string_view key, char const* value) {
       return fail(HALFTONE_ERR_BAD_VALUE, "\"threads\" is 1-64; got \"" + std::string(v) + "\"");
     threads = static_cast<unsigned>(n);
     state.threads = threads;
+    state.plane_split = {};
   } else {
     return fail(HALFTONE_ERR_UNKNOWN_KEY,
                 "unknown key " + quoted +

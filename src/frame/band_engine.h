@@ -29,6 +29,7 @@
 // Every role is a compile-time parameter, so each screen's rules inline into
 // one loop per row kind and direction with no per-pixel dispatch.
 #pragma once
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -342,13 +343,31 @@ class BandEngine {
   }
 
   // Lanes take the planes' parallelism into one thread: they pay while each
-  // thread's run has three planes or more. With fewer a run, threads that
-  // screen their planes two at a time are faster.
+  // thread's run has three planes or more. Where the threads would leave
+  // fewer a run, either way may be the faster, by the rule and the
+  // machine: a cheap rule runs four planes in lanes on one thread faster
+  // than in pairs on two. The job's first bands are timed each way
+  // (PlaneSplitTiming) and the rest take the faster.
   void several_planes(BandLines<T>& lines, unsigned threads) {
 #if defined(__GNUC__) || defined(__clang__)
     if constexpr (Policy::kLaneRule) {
       const std::uint32_t planes = control_.planes;
       if (planes / plane_runs(planes, threads) >= 3) return planes_in_lanes(lines, threads);
+      if (planes >= 3) {
+        PlaneSplitTiming& timing = state().plane_split;
+        const bool in_lanes = timing.next_in_lanes();
+        const auto start = std::chrono::steady_clock::now();
+        if (in_lanes)
+          planes_in_lanes(lines, 1);
+        else
+          planes_at_once(lines, threads);
+        if (!timing.done()) {
+          const std::chrono::duration<double, std::nano> took =
+              std::chrono::steady_clock::now() - start;
+          timing.record(in_lanes, took.count() / (static_cast<double>(width_) * height_ * planes));
+        }
+        return;
+      }
     }
 #endif
     planes_at_once(lines, threads);

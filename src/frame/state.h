@@ -34,6 +34,25 @@ struct ToneState {
   ToneState();
 };
 
+// Whether a band's planes run faster in vector lanes on one thread or on
+// several threads two at a time: the engine times a few bands each way and
+// keeps the faster (both give the same bytes). Nanoseconds a pixel, the
+// least of each way's timed bands.
+struct PlaneSplitTiming {
+  static constexpr unsigned kTimedBands = 2;  // a way
+  double lanes = 0, threads = 0;
+  unsigned lanes_bands = 0, threads_bands = 0;
+  bool done() const { return lanes_bands >= kTimedBands && threads_bands >= kTimedBands; }
+  // The way the next band takes while timing: each in turn, lanes first.
+  bool next_in_lanes() const { return done() ? lanes <= threads : lanes_bands <= threads_bands; }
+  void record(bool in_lanes, double ns_per_pixel) {
+    double& best = in_lanes ? lanes : threads;
+    unsigned& bands = in_lanes ? lanes_bands : threads_bands;
+    if (bands == 0 || ns_per_pixel < best) best = ns_per_pixel;
+    ++bands;
+  }
+};
+
 struct ScreenState {
   // A state with its own zeroed stores (a job's), or with `shared` ones.
   ScreenState();
@@ -58,6 +77,7 @@ struct ScreenState {
   // Planes of a band screened at once (a job's "threads"; the process's
   // entry points screen one plane after the other).
   unsigned threads = 1;
+  PlaneSplitTiming plane_split;
 
  private:
   bool owns_stores_;

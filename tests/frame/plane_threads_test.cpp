@@ -47,5 +47,27 @@ TEST(PlaneThreads, AFailureInAnyRunReachesTheCaller) {
   }
 }
 
+// The bands are timed each way in turn, lanes first, and once both ways have
+// their bands the faster (by its least time) is kept.
+TEST(PlaneSplitTiming, TimesEachWayInTurnThenKeepsTheFaster) {
+  struct Case {
+    std::vector<double> lanes, threads;  // ns a pixel of the timed bands
+    bool keeps_lanes;
+  };
+  for (Case const& c : {Case{{3.0, 2.0}, {2.5, 2.4}, true}, Case{{3.0, 2.6}, {2.5, 9.0}, false},
+                        Case{{1.0, 1.0}, {1.0, 1.0}, true}}) {
+    PlaneSplitTiming timing;
+    for (std::size_t k = 0; k < c.lanes.size(); ++k) {
+      EXPECT_FALSE(timing.done());
+      ASSERT_TRUE(timing.next_in_lanes());
+      timing.record(true, c.lanes[k]);
+      ASSERT_FALSE(timing.next_in_lanes());
+      timing.record(false, c.threads[k]);
+    }
+    EXPECT_TRUE(timing.done());
+    EXPECT_EQ(timing.next_in_lanes(), c.keeps_lanes);
+  }
+}
+
 }  // namespace
 }  // namespace halftone
