@@ -39,6 +39,7 @@ class PnmReader final : public Reader {
 
   void read_rows(unsigned char* out, std::size_t stride, std::uint32_t rows) override {
     const std::uint32_t width = shape_.width;
+    if (grey_bytes()) return read_grey_bytes(out, stride, rows);
     for (std::uint32_t r = 0; r < rows; ++r, out += stride * shape_.planes) {
       if (row_ >= shape_.height) in_->fail("read past the last row");
       ++row_;
@@ -203,6 +204,31 @@ class PnmReader final : public Reader {
     raw_.assign(header_.plain ? 0 : row_bytes, 0);
     samples_.assign(header_.width * channels, 0);
     row_ = 0;
+  }
+
+  // Binary 8-bit grey samples are the planes' bytes as they are.
+  bool grey_bytes() const {
+    return !header_.plain && !header_.bitmap && header_.colour == Colour::Grey &&
+           header_.maxval == 255;
+  }
+
+  // Read straight into the rows, with no copy on the way: rows that follow
+  // each other in memory in one read, which the C library then passes to
+  // the system without its buffer.
+  void read_grey_bytes(unsigned char* out, std::size_t stride, std::uint32_t rows) {
+    const std::uint32_t width = shape_.width;
+    if (rows > shape_.height - row_) in_->fail("read past the last row");
+    const std::uint32_t at_once = stride == width ? rows : 1;
+    for (std::uint32_t r = 0; r < rows; r += at_once, out += stride * at_once) {
+      const std::size_t size = std::size_t{width} * at_once;
+      const std::size_t got = in_->read(out, size);
+      if (got != size) {
+        row_ += static_cast<std::uint32_t>(got / width);
+        in_->fail("the pixel data is truncated (row " + std::to_string(row_ + 1) + " of " +
+                  std::to_string(shape_.height) + ")");
+      }
+      row_ += at_once;
+    }
   }
 
   void read_plain_row() {
