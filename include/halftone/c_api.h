@@ -115,7 +115,10 @@ halftone_job* halftone_job_new(const char* screen, uint32_t width, uint32_t plan
                      paths of the data files the screen reads
      "pattern-size"  "WxH" of the pattern banks (default: the screen's, else 16x16)
      "threads"       planes screened at once, 1-64 (default 1); the output
-                     is the same whatever the count
+                     is the same whatever the count. Where four planes in
+                     vector lanes on one thread may beat them, the job's
+                     first bands are timed both ways and the rest take
+                     the faster
    Returns 0, HALFTONE_ERR_UNKNOWN_KEY, HALFTONE_ERR_BAD_VALUE,
    HALFTONE_ERR_SEQUENCE or HALFTONE_ERR_ARGUMENT. */
 int halftone_job_set(halftone_job* job, const char* key, const char* value);
