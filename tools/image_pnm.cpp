@@ -46,8 +46,7 @@ class PnmReader final : public Reader {
       if (header_.plain)
         read_plain_row();
       else if (in_->read(raw_.data(), raw_.size()) != raw_.size())
-        in_->fail("the pixel data is truncated (row " + std::to_string(row_) + " of " +
-                  std::to_string(shape_.height) + ")");
+        truncated_at(row_);
       else
         scale_.apply(raw_.data(), width * channels_of(header_.colour), samples_.data());
       to_planes(header_.colour, samples_.data(), width, out, stride);
@@ -206,6 +205,12 @@ class PnmReader final : public Reader {
     row_ = 0;
   }
 
+  // Row `row` (counted from 1) ends before its last byte.
+  [[noreturn]] void truncated_at(std::uint32_t row) const {
+    in_->fail("the pixel data is truncated (row " + std::to_string(row) + " of " +
+              std::to_string(shape_.height) + ")");
+  }
+
   // Binary 8-bit grey samples are the planes' bytes as they are.
   bool grey_bytes() const {
     return !header_.plain && !header_.bitmap && header_.colour == Colour::Grey &&
@@ -222,11 +227,7 @@ class PnmReader final : public Reader {
     for (std::uint32_t r = 0; r < rows; r += at_once, out += stride * at_once) {
       const std::size_t size = std::size_t{width} * at_once;
       const std::size_t got = in_->read(out, size);
-      if (got != size) {
-        row_ += static_cast<std::uint32_t>(got / width);
-        in_->fail("the pixel data is truncated (row " + std::to_string(row_ + 1) + " of " +
-                  std::to_string(shape_.height) + ")");
-      }
+      if (got != size) truncated_at(row_ + static_cast<std::uint32_t>(got / width) + 1);
       row_ += at_once;
     }
   }

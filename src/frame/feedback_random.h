@@ -52,7 +52,6 @@ class FeedbackRandom {
   int rear_;
 };
 
-// The screening instance, reseeded by the screens from the clock.
 // Draws made ahead (FeedbackRandom::fill), handed out in turn as the
 // generator would hand them.
 class DrawnRow {
@@ -66,6 +65,7 @@ class DrawnRow {
   std::uint32_t const* next_;
 };
 
+// The screening instance, reseeded by the screens from the clock.
 FeedbackRandom& screening_random();
 // The utility instance: never reseeded; runs on for the life of the process.
 FeedbackRandom& utility_random();
