@@ -5,6 +5,14 @@
 
 #include <atomic>
 #include <ctime>
+#include <utility>
+
+#if defined(__SSE2__) || defined(_M_X64)
+#include <emmintrin.h>
+#define HALFTONE_FILL_TRIPLES 1
+#else
+#define HALFTONE_FILL_TRIPLES 0
+#endif
 
 #include "frame/state.h"
 
@@ -35,10 +43,101 @@ void FeedbackRandom::seed(std::uint32_t s) {
   for (int i = 0; i < 10 * kDegree; ++i) (void)draw();
 }
 
+#if HALFTONE_FILL_TRIPLES
+namespace {
+
+// Words three at a time: word n is word n - 3 plus word n - 31, so the three
+// words of triple k (words 3k to 3k + 2) are those of triple k - 1 plus
+// words 3k - 31 to 3k - 29, the last word of triple k - 11 and the first two
+// of triple k - 10. The last eleven triples stay in registers: the chain from
+// triple to triple is one vector add, and no word is read back from memory
+// (a load spanning two recent stores waits for both). A triple keeps its
+// words in lanes 0, 2 and 3, so that one shuffle gathers the addends.
+using Triple = __m128i;
+
+inline Triple triple_of(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2) {
+  return _mm_setr_epi32(static_cast<int>(w0), 0, static_cast<int>(w1), static_cast<int>(w2));
+}
+
+inline Triple addends(Triple older, Triple old) {
+  return _mm_castps_si128(
+      _mm_shuffle_ps(_mm_castsi128_ps(older), _mm_castsi128_ps(old), _MM_SHUFFLE(2, 0, 0, 3)));
+}
+
+// Triple k from triples k - 11, k - 10 and k - 1; its draws (word >> 1) go
+// to out with a fourth word after them that the next store overwrites.
+inline Triple triple_step(Triple older, Triple old, Triple last, std::uint32_t* out) {
+  const Triple t = _mm_add_epi32(last, addends(older, old));
+  const Triple words = _mm_shuffle_epi32(t, _MM_SHUFFLE(3, 3, 2, 0));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_srli_epi32(words, 1));
+  return t;
+}
+
+// Draws of the table `w` (31 words, oldest first) into out, 33 at a time,
+// while more than 33 remain (each block's last store reaches one word
+// past it); w then holds the newest 31 words. Returns the number made.
+std::size_t fill_triples(std::uint32_t (&w)[FeedbackRandom::kDegree], std::uint32_t* out,
+                         std::size_t n) {
+  constexpr std::size_t kBlock = 33;
+  if (n <= kBlock) return 0;
+  // Triples -11 to -1: words -33 to -1, of which the first two are never used.
+  // Eleven variables, not an array, so that they stay in registers; each
+  // block writes triple k over triple k - 11.
+  Triple r0 = triple_of(0, 0, w[0]), r1 = triple_of(w[1], w[2], w[3]),
+         r2 = triple_of(w[4], w[5], w[6]), r3 = triple_of(w[7], w[8], w[9]),
+         r4 = triple_of(w[10], w[11], w[12]), r5 = triple_of(w[13], w[14], w[15]),
+         r6 = triple_of(w[16], w[17], w[18]), r7 = triple_of(w[19], w[20], w[21]),
+         r8 = triple_of(w[22], w[23], w[24]), r9 = triple_of(w[25], w[26], w[27]),
+         r10 = triple_of(w[28], w[29], w[30]);
+  std::size_t done = 0;
+  for (; n - done > kBlock; done += kBlock) {
+    std::uint32_t* o = out + done;
+    r0 = triple_step(r0, r1, r10, o);
+    r1 = triple_step(r1, r2, r0, o + 3);
+    r2 = triple_step(r2, r3, r1, o + 6);
+    r3 = triple_step(r3, r4, r2, o + 9);
+    r4 = triple_step(r4, r5, r3, o + 12);
+    r5 = triple_step(r5, r6, r4, o + 15);
+    r6 = triple_step(r6, r7, r5, o + 18);
+    r7 = triple_step(r7, r8, r6, o + 21);
+    r8 = triple_step(r8, r9, r7, o + 24);
+    r9 = triple_step(r9, r10, r8, o + 27);
+    r10 = triple_step(r10, r0, r9, o + 30);
+  }
+  // The newest 33 words, triples r0 to r10; the table keeps the last 31.
+  const Triple r[11] = {r0, r1, r2, r3, r4, r5, r6, r7, r8, r9, r10};
+  alignas(16) std::uint32_t lanes[4];
+  std::uint32_t newest[33];
+  for (int i = 0; i < 11; ++i) {
+    _mm_store_si128(reinterpret_cast<__m128i*>(lanes), r[i]);
+    newest[3 * i] = lanes[0];
+    newest[3 * i + 1] = lanes[2];
+    newest[3 * i + 2] = lanes[3];
+  }
+  for (int k = 0; k < FeedbackRandom::kDegree; ++k) w[k] = newest[2 + k];
+  return done;
+}
+
+}  // namespace
+#endif
+
 // The table laid out in draw order ahead of the new words, so that word
 // 31 + i is word i plus word 28 + i; the three newest words stay in registers,
 // as each is the next but two's addend.
 void FeedbackRandom::fill(std::uint32_t* out, std::size_t n) {
+#if HALFTONE_FILL_TRIPLES
+  {
+    std::uint32_t w[kDegree];
+    for (int k = 0; k < kDegree; ++k) w[k] = state_[(front_ + k) % kDegree];
+    const std::size_t done = fill_triples(w, out, n);
+    const int front = static_cast<int>((front_ + done) % kDegree);
+    for (int k = 0; k < kDegree; ++k) state_[(front + k) % kDegree] = w[k];
+    front_ = front;
+    rear_ = (front + kDegree - kSeparation) % kDegree;
+    out += done;
+    n -= done;
+  }
+#endif
   constexpr std::size_t kChunk = 1024;
   std::uint32_t w[kDegree + kChunk];
   while (n != 0) {
