@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <ctime>
-#include <utility>
 
 #if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>
