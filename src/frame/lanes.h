@@ -289,16 +289,16 @@ inline Lanes mul_high(Lanes e) {
 // Divisions truncating toward zero, exact for every 16-bit value. e / 3 is
 // (e * 21846) >> 16 plus one for a negative e; (2e) / 3 is (e * 43691) >> 16
 // plus one for a negative e, where e * 43691 = e * (43691 - 65536) + e * 65536.
-// (3e) / 4 is 3 (e / 4) plus the remainder's three quarters, which is the
-// remainder moved one toward zero.
+// (3e) / 4 is e less e / 4 rounded away from zero, which is m - (m >> 2)
+// for m = e - 1 where e >= 0 and m = e where e < 0 (neither wraps).
 inline Lanes sign_bit(Lanes e) { return e >> 15; }  // -1 for a negative e
 inline Lanes third(Lanes e) { return mul_high<21846>(e) - sign_bit(e); }
 inline Lanes two_thirds(Lanes e) { return mul_high<-21845>(e) + e - sign_bit(e); }
 inline Lanes half(Lanes e) { return (e - sign_bit(e)) >> 1; }
 inline Lanes quarter(Lanes e) { return (e + (sign_bit(e) & 3)) >> 2; }
 inline Lanes three_quarters(Lanes e) {
-  const Lanes q = quarter(e), r = e - q * 4;
-  return q * 3 + r + (r > 0) - (r < 0);
+  const Lanes m = e + ~sign_bit(e);  // ~sign: -1 where e >= 0, else 0
+  return m - (m >> 2);
 }
 inline Lanes shift_half(Lanes e) { return e >> 1; }
 
