@@ -175,6 +175,25 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
 // all ahead, 3 all below; right to left, 0 all ahead, 2 all below, 1 and 3
 // split. The last row: 3 all into the carry, 1 all ahead. Row ends draw,
 // ignore it and send two thirds below.
+//
+// One plane: each case names the quarters (0, 1, 3 or 4) each side gets, and
+// a side's share is (e * quarters + bias) >> 2, the bias 3 for a negative e:
+// the division truncated toward zero, with no select between the cases.
+struct QuartersCase {
+  std::int32_t ahead, below;
+};
+template <Dir D, Role R>
+inline constexpr QuartersCase kQuartersCases[4] = {};
+template <>
+inline constexpr QuartersCase kQuartersCases<Dir::Ltr, Role::Inner>[4] = {
+    {3, 1}, {4, 0}, {3, 1}, {0, 4}};
+template <>
+inline constexpr QuartersCase kQuartersCases<Dir::Rtl, Role::Inner>[4] = {
+    {4, 0}, {1, 3}, {0, 4}, {3, 1}};
+template <Dir D>
+inline constexpr QuartersCase kQuartersCases<D, Role::LastInner>[4] = {
+    {3, 1}, {4, 0}, {1, 3}, {0, 4}};
+
 struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr bool kLaneRule = true;
@@ -185,6 +204,11 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
     if constexpr (R == Role::LastEnd) return {V{}, V{}};
     const auto r = rng.two_bits();
     if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
+    if constexpr (std::is_same_v<V, std::int32_t>) {
+      QuartersCase const& c = kQuartersCases<D, R>[r];
+      const std::int32_t bias = (e >> 31) & 3;
+      return {(e * c.ahead + bias) >> 2, (e * c.below + bias) >> 2};
+    }
     const V q = engine::quarter(e), tq = engine::three_quarters(e), none{};
     if constexpr (R == Role::LastInner) return {pick(r, tq, e, q, none), pick(r, q, none, tq, e)};
     if constexpr (D == Dir::Ltr) return {pick(r, tq, e, tq, none), pick(r, q, none, q, e)};
@@ -197,20 +221,37 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
 // drops the error, a 0 sends two thirds below. The last row reverses the
 // sense: a 1 sends everything into the carry, a 0 a third ahead and the rest
 // into the carry. White pixels are never inked.
+//
+// One plane: what goes ahead is a part of e that the bit picks (a third or
+// all; on the last row a third or none) and the rest goes below, so only the
+// part is worked out, as a multiply-high with no select.
+template <Role R>
+inline constexpr engine::Part kConservingAhead[2] = {engine::kThird, engine::kAll};
+template <>
+inline constexpr engine::Part kConservingAhead<Role::LastInner>[2] = {engine::kThird,
+                                                                      engine::kNone};
+
 struct Conserving : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
   static constexpr bool kLaneRule = true;
+  static constexpr bool kUnwrappedRows = true;
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise<true>(v, px, out);
     if constexpr (R == Role::LastEnd) return {V{}, V{}};
-    const V one = ones_if(rng.bit());
-    const V t = third(e), rest = e - t;
-    if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e) & ~one};
-    if constexpr (R == Role::LastInner) return {t & ~one, (e & one) | (rest & ~one)};
-    return {(e & one) | (t & ~one), rest & ~one};
+    if constexpr (R == Role::RowEnd) {
+      return {V{}, two_thirds(e) & ~ones_if(rng.bit())};
+    } else if constexpr (std::is_same_v<V, std::int32_t>) {
+      const std::int32_t ahead = engine::part_of(e, kConservingAhead<R>[rng.bit()]);
+      return {ahead, e - ahead};
+    } else {
+      const V one = ones_if(rng.bit());
+      const V t = third(e), rest = e - t;
+      if constexpr (R == Role::LastInner) return {t & ~one, (e & one) | (rest & ~one)};
+      return {(e & one) | (t & ~one), rest & ~one};
+    }
   }
 };
 
