@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "image_input.h"
+#include "tiff_library.h"
 
 namespace halftone::image::detail {
 namespace {
@@ -50,7 +51,7 @@ constexpr std::uint16_t kMostSamples = 16;
 constexpr std::uint64_t kMostBandBytes = 256ull << 20;
 
 struct Closer {
-  void operator()(TIFF* t) const { TIFFClose(t); }
+  void operator()(TIFF* t) const { tiff().Close(t); }
 };
 using Handle = std::unique_ptr<TIFF, Closer>;
 
@@ -73,10 +74,10 @@ class TiffReader final : public Reader {
   }
 
   bool next_page() override {
-    while (TIFFReadDirectory(tif_.get())) {
+    while (tiff().ReadDirectory(tif_.get())) {
       ++page_;
       std::uint32_t kind = 0;
-      if (TIFFGetField(tif_.get(), TIFFTAG_SUBFILETYPE, &kind) && (kind & FILETYPE_REDUCEDIMAGE))
+      if (tiff().GetField(tif_.get(), TIFFTAG_SUBFILETYPE, &kind) && (kind & FILETYPE_REDUCEDIMAGE))
         continue;  // a thumbnail, not a page
       start_page();
       return true;
@@ -102,14 +103,14 @@ class TiffReader final : public Reader {
   template <class T>
   T field(ttag_t tag, T fallback) {
     T value = fallback;
-    return TIFFGetFieldDefaulted(tif_.get(), tag, &value) ? value : fallback;
+    return tiff().GetFieldDefaulted(tif_.get(), tag, &value) ? value : fallback;
   }
 
   void start_page() {
     TIFF* t = tif_.get();
     std::uint32_t width = 0, height = 0;
-    if (!TIFFGetField(t, TIFFTAG_IMAGEWIDTH, &width) ||
-        !TIFFGetField(t, TIFFTAG_IMAGELENGTH, &height))
+    if (!tiff().GetField(t, TIFFTAG_IMAGEWIDTH, &width) ||
+        !tiff().GetField(t, TIFFTAG_IMAGELENGTH, &height))
       fail("a page has no size");
     check_page_size(*in_, width, height);
     const auto spp = field<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL, 1);
@@ -118,7 +119,8 @@ class TiffReader final : public Reader {
     const auto sample_format = field<std::uint16_t>(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
     const auto compression = field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     std::uint16_t photometric = 0;
-    if (!TIFFGetField(t, TIFFTAG_PHOTOMETRIC, &photometric)) fail("a page has no photometric tag");
+    if (!tiff().GetField(t, TIFFTAG_PHOTOMETRIC, &photometric))
+      fail("a page has no photometric tag");
     if (spp < 1 || spp > kMostSamples)
       fail(std::to_string(spp) + " samples a pixel (1 to " + std::to_string(kMostSamples) +
            " are read)");
@@ -126,12 +128,12 @@ class TiffReader final : public Reader {
       fail(std::to_string(bps) + "-bit samples (1, 2, 4, 8 and 16 are read)");
     if (sample_format != SAMPLEFORMAT_UINT && sample_format != SAMPLEFORMAT_VOID)
       fail("samples that are not unsigned integers");
-    if (!TIFFIsCODECConfigured(compression))
+    if (!tiff().IsCODECConfigured(compression))
       fail("compression " + std::to_string(compression) + ", which this libtiff cannot decode");
 
     std::uint16_t extra_count = 0;
     std::uint16_t* extra = nullptr;
-    TIFFGetFieldDefaulted(t, TIFFTAG_EXTRASAMPLES, &extra_count, &extra);
+    tiff().GetFieldDefaulted(t, TIFFTAG_EXTRASAMPLES, &extra_count, &extra);
     const bool alpha = extra_count > 0 && extra != nullptr && extra[0] != EXTRASAMPLE_UNSPECIFIED;
 
     palette_.clear();
@@ -160,7 +162,7 @@ class TiffReader final : public Reader {
         break;
       case PHOTOMETRIC_PALETTE: {
         std::uint16_t *red = nullptr, *green = nullptr, *blue = nullptr;
-        if (bps > 8 || !TIFFGetField(t, TIFFTAG_COLORMAP, &red, &green, &blue))
+        if (bps > 8 || !tiff().GetField(t, TIFFTAG_COLORMAP, &red, &green, &blue))
           fail("a palette page without a usable colour map");
         for (std::uint32_t i = 0; i < (1u << bps); ++i)
           for (std::uint16_t const* map : {red, green, blue})
@@ -176,7 +178,7 @@ class TiffReader final : public Reader {
     separate_ = planar == PLANARCONFIG_SEPARATE && spp > 1;
     spp_ = separate_ ? 1 : spp;
     used_ = used;
-    tiled_ = TIFFIsTiled(t) != 0;
+    tiled_ = tiff().IsTiled(t) != 0;
     if (compression == COMPRESSION_NONE) {  // plain samples: the file must hold them all
       const std::uint64_t declared = (std::uint64_t{width} * (separate_ ? 1 : spp) * bps + 7) / 8 *
                                      height * (separate_ ? spp : 1);
@@ -193,8 +195,8 @@ class TiffReader final : public Reader {
     shape_.planes = colour_ == Colour::Cmyk ? 4 : 1;
     float x_res = 0, y_res = 0;
     const auto unit = field<std::uint16_t>(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-    if (unit != RESUNIT_NONE && TIFFGetField(t, TIFFTAG_XRESOLUTION, &x_res) &&
-        TIFFGetField(t, TIFFTAG_YRESOLUTION, &y_res)) {
+    if (unit != RESUNIT_NONE && tiff().GetField(t, TIFFTAG_XRESOLUTION, &x_res) &&
+        tiff().GetField(t, TIFFTAG_YRESOLUTION, &y_res)) {
       const double per_inch = unit == RESUNIT_CENTIMETER ? 2.54 : 1.0;
       shape_.x_dpi = x_res * per_inch;
       shape_.y_dpi = y_res * per_inch;
@@ -208,9 +210,9 @@ class TiffReader final : public Reader {
     extra_.clear();
     if (tiled_) {
       std::uint32_t tile_width = 0, tile_length = 0;
-      TIFFGetField(t, TIFFTAG_TILEWIDTH, &tile_width);
-      TIFFGetField(t, TIFFTAG_TILELENGTH, &tile_length);
-      const std::uint64_t tile_bytes = static_cast<std::uint64_t>(TIFFTileSize64(t));
+      tiff().GetField(t, TIFFTAG_TILEWIDTH, &tile_width);
+      tiff().GetField(t, TIFFTAG_TILELENGTH, &tile_length);
+      const std::uint64_t tile_bytes = static_cast<std::uint64_t>(tiff().TileSize64(t));
       const std::uint64_t padded_row =
           (std::uint64_t{(width + tile_width - 1) / std::max(tile_width, 1u) * tile_width} * spp_ *
                bps +
@@ -227,12 +229,12 @@ class TiffReader final : public Reader {
       band_.assign(padded_row * tile_length * file_planes, 0);
       band_top_ = UINT32_MAX;
     } else {
-      const std::uint64_t scanline = static_cast<std::uint64_t>(TIFFScanlineSize64(t));
+      const std::uint64_t scanline = static_cast<std::uint64_t>(tiff().ScanlineSize64(t));
       if (scanline == 0 || scanline < row_bytes_) fail("malformed strips");
       line_.assign(scanline, 0);
       for (int s = 1; s < file_planes; ++s) {  // one reader a plane: each reads on in order
         extra_.push_back(open_handle());
-        if (!TIFFSetDirectory(extra_.back().get(), page_)) fail();
+        if (!tiff().SetDirectory(extra_.back().get(), page_)) fail();
       }
     }
     y_ = 0;
@@ -242,7 +244,7 @@ class TiffReader final : public Reader {
   unsigned char const* packed_row(std::uint32_t y, int s) {
     if (!tiled_) {
       TIFF* handle = s == 0 ? tif_.get() : extra_[s - 1].get();
-      if (TIFFReadScanline(handle, line_.data(), y, static_cast<std::uint16_t>(s)) < 0)
+      if (tiff().ReadScanline(handle, line_.data(), y, static_cast<std::uint16_t>(s)) < 0)
         fail("cannot read row " + std::to_string(y + 1));
       return line_.data();
     }
@@ -258,7 +260,7 @@ class TiffReader final : public Reader {
     const std::size_t plane_bytes = band_row_bytes_ * tile_length_;
     for (int s = 0; s < (separate_ ? used_ : 1); ++s)
       for (std::uint32_t x = 0; x < shape_.width; x += tile_width_) {
-        if (TIFFReadTile(tif_.get(), tile_.data(), x, top, 0, static_cast<std::uint16_t>(s)) < 0)
+        if (tiff().ReadTile(tif_.get(), tile_.data(), x, top, 0, static_cast<std::uint16_t>(s)) < 0)
           fail("cannot read the tile at " + std::to_string(x) + ", " + std::to_string(top));
         const std::uint64_t at = std::uint64_t{x} / tile_width_ * tile_row_bytes;
         for (std::uint32_t r = 0; r < tile_length_ && (r + 1) * tile_row_bytes <= tile_.size(); ++r)
@@ -308,13 +310,19 @@ class TiffReader final : public Reader {
 }  // namespace
 
 TIFF* open_tiff_stream(std::FILE* stream, std::string const& name, char const* mode) {
+  std::string why;
+  TiffLibrary const* lib = tiff_library(&why);
+  if (lib == nullptr) {
+    std::snprintf(tiff_message, sizeof tiff_message, "%s", why.c_str());
+    return nullptr;
+  }
   static std::once_flag once;
-  std::call_once(once, [] {
-    TIFFSetErrorHandler(on_tiff_error);
-    TIFFSetWarningHandler(nullptr);
+  std::call_once(once, [lib] {
+    lib->SetErrorHandler(on_tiff_error);
+    lib->SetWarningHandler(nullptr);
   });
-  return TIFFClientOpen(name.c_str(), mode, stream, read_proc, write_proc, seek_proc, close_proc,
-                        size_proc, map_proc, unmap_proc);
+  return lib->ClientOpen(name.c_str(), mode, stream, read_proc, write_proc, seek_proc, close_proc,
+                         size_proc, map_proc, unmap_proc);
 }
 
 std::string tiff_error() { return tiff_message; }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "image_input.h"
+#include "tiff_library.h"
 
 namespace halftone::image {
 namespace {
@@ -225,7 +226,7 @@ class TiffWriter final : public StreamWriter {
   }
 
   ~TiffWriter() override {
-    if (tif_ != nullptr) TIFFCleanup(tif_);
+    if (tif_ != nullptr) tiff().Cleanup(tif_);
     if (spool_ != nullptr) std::fclose(spool_);
   }
 
@@ -233,45 +234,46 @@ class TiffWriter final : public StreamWriter {
     picture_ = p;
     TIFF* t = tif_;
     const bool dots = p.bits == 1;
-    TIFFSetField(t, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
-    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, p.width);
-    TIFFSetField(t, TIFFTAG_IMAGELENGTH, p.height);
-    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, p.bits);
-    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(t, TIFFTAG_PHOTOMETRIC,
-                 p.bits == 8 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_MINISWHITE);
-    TIFFSetField(t, TIFFTAG_COMPRESSION, dots ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW);
-    TIFFSetField(t, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
+    tiff().SetField(t, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
+    tiff().SetField(t, TIFFTAG_IMAGEWIDTH, p.width);
+    tiff().SetField(t, TIFFTAG_IMAGELENGTH, p.height);
+    tiff().SetField(t, TIFFTAG_BITSPERSAMPLE, p.bits);
+    tiff().SetField(t, TIFFTAG_SAMPLESPERPIXEL, 1);
+    tiff().SetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    tiff().SetField(t, TIFFTAG_PHOTOMETRIC,
+                    p.bits == 8 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_MINISWHITE);
+    tiff().SetField(t, TIFFTAG_COMPRESSION, dots ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW);
+    tiff().SetField(t, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
     // Strips of about 8 KiB: libtiff buffers a whole strip as it writes.
-    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(t, 0));
-    TIFFSetField(t, TIFFTAG_PAGENUMBER, page_++, 0);
-    if (!p.name.empty()) TIFFSetField(t, TIFFTAG_PAGENAME, p.name.c_str());
+    tiff().SetField(t, TIFFTAG_ROWSPERSTRIP, tiff().DefaultStripSize(t, 0));
+    tiff().SetField(t, TIFFTAG_PAGENUMBER, page_++, 0);
+    if (!p.name.empty()) tiff().SetField(t, TIFFTAG_PAGENAME, p.name.c_str());
     if (p.x_dpi > 0 && p.y_dpi > 0) {
-      TIFFSetField(t, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-      TIFFSetField(t, TIFFTAG_XRESOLUTION, static_cast<float>(p.x_dpi));
-      TIFFSetField(t, TIFFTAG_YRESOLUTION, static_cast<float>(p.y_dpi));
+      tiff().SetField(t, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+      tiff().SetField(t, TIFFTAG_XRESOLUTION, static_cast<float>(p.x_dpi));
+      tiff().SetField(t, TIFFTAG_YRESOLUTION, static_cast<float>(p.y_dpi));
     }
-    TIFFSetField(t, TIFFTAG_SOFTWARE, "halftone");
+    tiff().SetField(t, TIFFTAG_SOFTWARE, "halftone");
     row_.assign(
-        std::max<std::size_t>(packed_bytes(p), static_cast<std::size_t>(TIFFScanlineSize(t))), 0);
+        std::max<std::size_t>(packed_bytes(p), static_cast<std::size_t>(tiff().ScanlineSize(t))),
+        0);
     y_ = 0;
   }
 
   void write_row(unsigned char const* row) override {
     copy_packed(picture_, row, row_.data());  // the codec may change the row it is given
-    if (TIFFWriteScanline(tif_, row_.data(), y_++, 0) < 0) failed();
+    if (tiff().WriteScanline(tif_, row_.data(), y_++, 0) < 0) failed();
   }
 
   void end() override {
-    if (!TIFFWriteDirectory(tif_)) failed();
+    if (!tiff().WriteDirectory(tif_)) failed();
   }
 
   void finish() override {
     TIFF* t = tif_;
     tif_ = nullptr;
-    const bool flushed = TIFFFlush(t) != 0;
-    TIFFCleanup(t);
+    const bool flushed = tiff().Flush(t) != 0;
+    tiff().Cleanup(t);
     if (!flushed) failed();
     if (spool_ != nullptr) {
       if (std::fflush(spool_) != 0) write_failed();
