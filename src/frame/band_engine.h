@@ -46,7 +46,6 @@
 #include "frame/plane_threads.h"
 #include "frame/random_jump.h"
 #include "frame/state.h"
-#include "frame/threshold_pack.h"
 
 namespace halftone::engine {
 
@@ -209,10 +208,6 @@ struct DrawCount {
 };
 inline constexpr DrawCount kDrawsVary{-1, -1, -1, -1};
 
-// After-row white rules: none; a set bit is a dot (cleared for white); a set
-// bit is paper (set for white).
-enum class WhiteRule { None, DotBits, PaperBits };
-
 // Defaults a policy may hide by declaring its own member of the same name.
 template <class T>
 struct PolicyBase {
@@ -244,11 +239,6 @@ struct PolicyBase {
   // again wrapped where one leaves the 16-bit range (see scan_with); for
   // 16-bit rules whose chain is what bounds them.
   static constexpr bool kUnwrappedRows = false;
-  // The white-pixel rule (a grey of 255 is always paper) applied to a whole
-  // row once a plane's row is scanned, instead of in the pixel rule, where
-  // it would add to the instructions around the chain; lanes keep it in the
-  // pixel rule.
-  static constexpr WhiteRule kWhiteAfterRow = WhiteRule::None;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
   // After reseeding, before any plane: a policy whose draws follow from the
@@ -636,8 +626,6 @@ class BandEngine {
         (void)step<D, End>(p1, r1, x, ahead1, out1, rng1, range);
         out0.template after<D>(x, true);
         out1.template after<D>(x, true);
-        e0.white_after_row(r0);
-        e1.white_after_row(r1);
       });
     });
   }
@@ -730,22 +718,13 @@ class BandEngine {
         if (width_ <= kUnwrappedWidth) {
           const Rng rng_start = rng;
           const Policy policy_start = policy;
-          if (scan_values<D, Body, End, true>(policy, row, rng)) return white_after_row(row);
+          if (scan_values<D, Body, End, true>(policy, row, rng)) return;
           rng = rng_start;
           policy = policy_start;
         }
       }
       (void)scan_values<D, Body, End, false>(policy, row, rng);
-      white_after_row(row);
     });
-  }
-
-  void white_after_row(Row const& row) const {
-    if constexpr (Policy::kWhiteAfterRow != WhiteRule::None)
-      white_pixels_to_paper(row.src, row.out, width_,
-                            Policy::kWhiteAfterRow == WhiteRule::PaperBits);
-    else
-      (void)row;
   }
 
   // Scans the row; false where kUnwrapped and a value left the 16-bit range.

@@ -170,27 +170,6 @@ void threshold_pack_row(unsigned char const* source, unsigned char* out, std::ui
   plain_tail(source, out, 0, width, ring, shift, test);
 }
 
-void white_pixels_to_paper(unsigned char const* source, unsigned char* out, std::uint32_t width,
-                           bool paper_is_set) {
-  auto make_paper = [&](unsigned char& byte, unsigned bits) {
-    byte = static_cast<unsigned char>(paper_is_set ? byte | bits : byte & ~bits);
-  };
-  std::uint32_t x = 0;
-#ifdef HALFTONE_SSE2
-  // Sixteen greys at a time; white ones are rare, so most groups end at the test.
-  const __m128i white = _mm_set1_epi8(-1);
-  for (; width - x >= 16; x += 16) {
-    const auto m = static_cast<std::uint32_t>(_mm_movemask_epi8(
-        _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(source + x)), white)));
-    if (m == 0) continue;
-    make_paper(out[x / 8], kReversed.v[m & 0xFFu]);
-    make_paper(out[x / 8 + 1], kReversed.v[m >> 8]);
-  }
-#endif
-  for (; x < width; ++x)
-    if (source[x] == 255) make_paper(out[x / 8], 0x80u >> (x % 8));
-}
-
 char const* threshold_pack_path() {
 #ifdef HALFTONE_AVX2
   if (cpu_has_avx2()) return "avx2";

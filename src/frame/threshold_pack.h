@@ -53,12 +53,6 @@ inline void threshold_pack_whole_row(unsigned char const* source, unsigned char*
   if (stride > written) std::memset(out + written, 0, stride - written);
 }
 
-// Makes paper of every pixel of a one-bit row whose grey is 255: its bit is
-// cleared, or set where `paper_is_set` (the screens whose set bit is paper).
-// No other bit is touched, none past the row's last pixel.
-void white_pixels_to_paper(unsigned char const* source, unsigned char* out, std::uint32_t width,
-                           bool paper_is_set);
-
 // The path Best takes on this CPU: "avx2", "sse2" or "plain".
 char const* threshold_pack_path();
 

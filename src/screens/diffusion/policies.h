@@ -26,11 +26,6 @@ using Out = engine::RowOut<1>;
 // The rules are templates over the value: int32_t for one plane, Lanes for
 // planes side by side (frame/lanes.h); `kLaneRule` lets the engine use the latter.
 
-// The white-pixel rule in the pixel rule for lanes only: a plane's rows take
-// it after the scan (engine::WhiteRule).
-template <class V>
-inline constexpr bool kWhiteInPixel = !std::is_same_v<V, std::int32_t>;
-
 // One plane, one call: a 1 sends the error below, a 0 ahead; row ends drop it
 // on a 0. The last row keeps it in the row on a 1 and drops it on a 0, and its
 // final pixel draws nothing. The working lines live for the call only.
@@ -137,12 +132,11 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 0, 1, 0};
   static constexpr bool kLaneRule = true;
   static constexpr bool kUnwrappedRows = true;
-  static constexpr engine::WhiteRule kWhiteAfterRow = engine::WhiteRule::DotBits;
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
-    V e = quantise<kWhiteInPixel<V>>(v, px, out);
+    V e = quantise<true>(v, px, out);
     if constexpr (R == Role::LastEnd) return {V{}, V{}};
     if constexpr (std::is_same_v<V, std::int32_t>) {
       // The push alone: the push of an error of 0.
@@ -162,10 +156,9 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr bool kLaneRule = true;
   static constexpr bool kUnwrappedRows = true;
-  static constexpr engine::WhiteRule kWhiteAfterRow = engine::WhiteRule::PaperBits;
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
-    const V e = quantise_inverted<kWhiteInPixel<V>>(v, px, out);
+    const V e = quantise_inverted<true>(v, px, out);
     if constexpr (R == Role::LastEnd) return {V{}, V{}};
     if constexpr (std::is_same_v<V, std::int32_t>) {
       return split_thirds_one_plane<D, R, true>(v, 0, rng);
@@ -243,11 +236,10 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
   static constexpr bool kLaneRule = true;
   static constexpr bool kUnwrappedRows = true;
-  static constexpr engine::WhiteRule kWhiteAfterRow = engine::WhiteRule::DotBits;
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
-    const V e = quantise<kWhiteInPixel<V>>(v, px, out);
+    const V e = quantise<true>(v, px, out);
     if constexpr (R == Role::LastEnd) return {V{}, V{}};
     if constexpr (R == Role::RowEnd) {
       return {V{}, two_thirds(e) & ~ones_if(rng.bit())};
