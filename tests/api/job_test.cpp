@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "exports/registry.h"
@@ -201,7 +202,10 @@ TEST(Job, EveryScreenGivesTheEntryPointsBytes) {
   }
 }
 
-TEST(Job, InterleavedJobsGiveTheirOwnBytes) {
+// Jobs of every banded screen side by side, a band of each in turn: on one
+// thread, and dealt out to four threads that run at once (pages in
+// parallel). Each gives the bytes it gives alone.
+TEST(Job, JobsSideBySideGiveTheirOwnBytes) {
   std::vector<Screen const*> screens;
   for (Screen const& s : registry())
     if (s.info.banding == HALFTONE_BANDING_CARRIED) screens.push_back(&s);
@@ -211,16 +215,25 @@ TEST(Job, InterleavedJobsGiveTheirOwnBytes) {
     pages.push_back(page_for(*s, 45, 30, 2, 6, 99));
     alone.push_back(JobRun(*s, pages.back()).result());
   }
-  std::vector<std::unique_ptr<JobRun>> runs;
-  for (std::size_t i = 0; i < screens.size(); ++i)
-    runs.push_back(std::make_unique<JobRun>(*screens[i], pages[i]));
-  for (bool more = true; more;) {
-    more = false;
-    for (auto& r : runs)
-      if (!r->done()) r->next_band(), more = true;
+  for (unsigned threads : {1u, 4u}) {
+    SCOPED_TRACE(testing::Message() << threads << " threads");
+    std::vector<std::unique_ptr<JobRun>> runs;
+    for (std::size_t i = 0; i < screens.size(); ++i)
+      runs.push_back(std::make_unique<JobRun>(*screens[i], pages[i]));
+    auto run_share = [&](unsigned t) {
+      for (bool more = true; more;) {
+        more = false;
+        for (std::size_t i = t; i < runs.size(); i += threads)
+          if (!runs[i]->done()) runs[i]->next_band(), more = true;
+      }
+    };
+    std::vector<std::thread> others;
+    for (unsigned t = 1; t < threads; ++t) others.emplace_back(run_share, t);
+    run_share(0);
+    for (std::thread& t : others) t.join();
+    for (std::size_t i = 0; i < runs.size(); ++i)
+      EXPECT_EQ(runs[i]->result(), alone[i]) << screens[i]->info.id;
   }
-  for (std::size_t i = 0; i < runs.size(); ++i)
-    EXPECT_EQ(runs[i]->result(), alone[i]) << screens[i]->info.id;
 }
 
 // A four-plane page in bands of 5, 7 and 4 rows with the given threads: every byte.
