@@ -11,13 +11,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <bit>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <new>
 #include <string>
 #include <thread>
@@ -88,29 +86,6 @@ PageJob make_job(std::string const& screen, Settings const& settings, std::uint3
   return made;
 }
 
-// True when the screen's set bit is paper rather than a dot: a white patch
-// comes out with most of its bits set.
-bool writes_paper(std::string const& screen, Settings const& settings, std::string& error) {
-  constexpr std::uint32_t kWidth = 32, kRows = 8;
-  PageJob probe = make_job(screen, settings, kWidth, 1);
-  if (!probe.error.empty()) {
-    error = probe.error;
-    return false;
-  }
-  const std::size_t in_stride = halftone_row_bytes(kWidth, 8);
-  const std::size_t out_stride = halftone_row_bytes(kWidth, 1);
-  std::vector<unsigned char> white(in_stride * kRows, 255), dots(out_stride * kRows, 0);
-  if (probe.job.band(white.data(), in_stride, dots.data(), out_stride, kRows) != 0 ||
-      probe.job.finish() != 0) {
-    error = probe.job.error();
-    return false;
-  }
-  int set = 0;
-  for (std::uint32_t r = 0; r < kRows; ++r)
-    for (std::uint32_t b = 0; b < kWidth / 8; ++b) set += std::popcount(dots[r * out_stride + b]);
-  return set * 2 > static_cast<int>(kWidth * kRows);
-}
-
 class Filter {
  public:
   Filter(Settings settings, ppd_file_t* ppd) : settings_(std::move(settings)), ppd_(ppd) {}
@@ -145,15 +120,6 @@ class Filter {
     return false;
   }
 
-  // Whether `screen` writes paper bits, probed once a screen.
-  bool inverted(std::string const& screen, std::string& error) {
-    auto known = inverted_.find(screen);
-    if (known != inverted_.end()) return known->second;
-    const bool paper = writes_paper(screen, settings_, error);
-    if (error.empty()) inverted_[screen] = paper;
-    return paper;
-  }
-
   bool screen_page(cups_raster_t* in, cups_page_header2_t const& header) {
     InputPage page;
     if (std::string why = read_input_page(header, page); !why.empty()) return fail(why);
@@ -163,11 +129,10 @@ class Filter {
     if (index < 0) return fail("no screen is called \"" + screen + "\"");
     if (std::string why = unusable_reason(static_cast<std::size_t>(index)); !why.empty())
       return fail(why);
-    const int bits = halftone_screen_bits(static_cast<std::size_t>(index));
-
-    std::string error;
-    const bool invert = bits == 1 && inverted(screen, error);
-    if (!error.empty()) return fail(error);
+    halftone_screen_info const* info = halftone_screen_info_at(static_cast<std::size_t>(index));
+    const int bits = info->bits;
+    // CUPS's one-bit raster sets a bit for ink: paper bits are flipped.
+    const bool invert = bits == 1 && info->paper_bits != 0;
     PageJob job = make_job(screen, settings_, page.width, page.planes);
     if (!job.error.empty()) return fail(job.error);
 
@@ -230,7 +195,6 @@ class Filter {
   Settings settings_;
   ppd_file_t* ppd_;
   int page_number_ = 0;
-  std::map<std::string, bool> inverted_;
   cups_raster_t* out_ = nullptr;
 };
 

@@ -76,6 +76,10 @@ typedef struct halftone_screen_info {
   /* The levels a job uses unless "levels" is set, evenly spread
      ("0,85,170,255"); NULL when the screen reads no levels. */
   const char* default_levels;
+  /* 1 where a set output bit is paper and a clear one a dot (the
+     inverted-output screens); 0 where a set bit is a dot. The codes of
+     two- and four-bit screens are 0 for white. */
+  int paper_bits;
 } halftone_screen_info;
 
 size_t halftone_screen_count(void);

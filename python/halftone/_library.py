@@ -76,6 +76,7 @@ class _ScreenInfo(ctypes.Structure):
         ("pattern_height", ctypes.c_int),
         ("summary", ctypes.c_char_p),
         ("default_levels", ctypes.c_char_p),
+        ("paper_bits", ctypes.c_int),
     ]
 
 

@@ -14,7 +14,7 @@ from ._packing import unpack
 
 Screen = collections.namedtuple(
     "Screen", "id entry family bits layout banding needs levels pattern_size summary "
-    "default_levels", defaults=(None,))
+    "default_levels paper_bits", defaults=(None, False))
 Screen.__doc__ = """One row of the library's registry.
 
 id: readable name (lower-case, kebab-case); entry: the fixed entry point name;
@@ -27,7 +27,8 @@ needs: names of what it reads besides the source ("tone-curves", "levels",
 values the levels option takes (0: none); pattern_size: (width, height) of
 the pattern banks it reads, None when any size goes; summary: one line;
 default_levels: the levels used when none are given (evenly spread), as a
-list, None when it reads none."""
+list, None when it reads none; paper_bits: True where a set output bit is
+paper and a clear one a dot (the inverted-output screens)."""
 
 _registry = None
 _registry_lock = threading.Lock()
@@ -57,7 +58,7 @@ def _row(info):
                   _library.LAYOUTS[info.layout], _library.BANDINGS[info.banding], needs,
                   info.levels, size, text(info.summary),
                   [int(v) for v in text(info.default_levels).split(",")]
-                  if info.default_levels else None)
+                  if info.default_levels else None, bool(info.paper_bits))
 
 
 def screens():

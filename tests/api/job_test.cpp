@@ -3,6 +3,8 @@
 // every bad call.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 #include <random>
 #include <string>
@@ -233,6 +235,27 @@ TEST(Job, JobsSideBySideGiveTheirOwnBytes) {
     for (std::thread& t : others) t.join();
     for (std::size_t i = 0; i < runs.size(); ++i)
       EXPECT_EQ(runs[i]->result(), alone[i]) << screens[i]->info.id;
+  }
+}
+
+// A white page: the screens whose set bit is paper set most of its bits, the
+// others few or none. (Where patterns or thresholds come from a data file,
+// the file decides; these tests' files are noise.)
+TEST(Registry, PaperBitsAreWhatAWhitePageShows) {
+  constexpr unsigned kFromData = HALFTONE_NEEDS_PATTERN | HALFTONE_NEEDS_PATTERN2 |
+                                 HALFTONE_NEEDS_MATRIX | HALFTONE_NEEDS_BLOCKS;
+  for (Screen const& s : registry()) {
+    SCOPED_TRACE(s.info.id);
+    if (s.info.bits != 1 || (s.info.needs & kFromData)) {
+      EXPECT_EQ(s.info.paper_bits, 0);
+      continue;
+    }
+    Page p = page_for(s, 32, 8, 1, 8, 1);
+    std::fill(p.source.begin(), p.source.end(), 255);
+    const Bytes dots = JobRun(s, p).result();
+    int set = 0;
+    for (std::size_t i = 0; i + 4 < dots.size(); ++i) set += std::popcount(dots[i]);
+    EXPECT_EQ(set * 2 > 32 * 8, s.info.paper_bits != 0) << set << " bits set";
   }
 }
 

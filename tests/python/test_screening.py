@@ -36,6 +36,13 @@ def test_registry_rows_are_found_by_id_and_entry():
         halftone.find_screen("zzzzzzzzzzzz")
 
 
+def test_paper_bits_mark_the_screens_that_set_a_white_page():
+    white = np.full((8, 32), 255, np.uint8)
+    for s in BANDED:
+        if s.bits == 1:
+            assert (halftone.screen(white, s.id, **options(s)).mean() > 0.5) == s.paper_bits, s.id
+
+
 FRESH = """
 import sys, numpy
 sys.path.insert(0, sys.argv[1])
