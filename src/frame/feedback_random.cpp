@@ -75,10 +75,11 @@ inline Triple triple_step(Triple older, Triple old, Triple last, std::uint32_t* 
 // Draws of the table `w` (31 words, oldest first) into out, 33 at a time,
 // while more than 33 remain (each block's last store reaches one word
 // past it); w then holds the newest 31 words. Returns the number made.
+constexpr std::size_t kTripleBlock = 33;
+
 std::size_t fill_triples(std::uint32_t (&w)[FeedbackRandom::kDegree], std::uint32_t* out,
                          std::size_t n) {
-  constexpr std::size_t kBlock = 33;
-  if (n <= kBlock) return 0;
+  constexpr std::size_t kBlock = kTripleBlock;
   // Triples -11 to -1: words -33 to -1, of which the first two are never used.
   // Eleven variables, not an array, so that they stay in registers; each
   // block writes triple k over triple k - 11.
@@ -125,7 +126,7 @@ std::size_t fill_triples(std::uint32_t (&w)[FeedbackRandom::kDegree], std::uint3
 // as each is the next but two's addend.
 void FeedbackRandom::fill(std::uint32_t* out, std::size_t n) {
 #if HALFTONE_FILL_TRIPLES
-  {
+  if (n > kTripleBlock) {
     std::uint32_t w[kDegree];
     for (int k = 0; k < kDegree; ++k) w[k] = state_[(front_ + k) % kDegree];
     const std::size_t done = fill_triples(w, out, n);
