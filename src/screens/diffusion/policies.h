@@ -59,14 +59,27 @@ struct RandomDirection : engine::PolicyBase<std::int16_t> {
   }
 };
 
+// What one of a rule's four cases sends each way: a Part of the error, or a
+// count of quarters.
+template <class Share>
+struct SplitCase {
+  Share ahead, below;
+};
+
+// Any number of planes: every case's share is worked out (`value` of a
+// case's Share, from constant tables) and r picks one.
+template <class V, class R, class Share, class Value>
+engine::Shares<V> pick_case(SplitCase<Share> const* c, R r, Value value) {
+  return {pick(r, value(c[0].ahead), value(c[1].ahead), value(c[2].ahead), value(c[3].ahead)),
+          pick(r, value(c[0].below), value(c[1].below), value(c[2].below), value(c[3].below))};
+}
+
 // Thirds on r2 (two random bits): the part of the error (none, a third, two
 // thirds, all) each side gets. Ordinary rows: 3 all ahead, 1 all below, 2
 // and 0 split in thirds, mirrored between the directions. The last row
 // exchanges 3 and 1 (3 sends everything into the carry) and splits as a
 // right-to-left row does, in both directions.
-struct ThirdsCase {
-  engine::Part ahead, below;
-};
+using ThirdsCase = SplitCase<engine::Part>;
 template <Dir D, Role R>
 inline constexpr ThirdsCase kThirdsCases[4] = {};
 template <>
@@ -97,15 +110,11 @@ constexpr V part_value(engine::Part p, V e, V t, V tt) {
                                            : V{};
 }
 
-// Any number of planes: every case's parts are worked out and r2 picks one.
 template <Dir D, Role R, class V, class R2>
 engine::Shares<V> split_thirds(V e, R2 r2) {
   const V t = third(e), tt = two_thirds(e);
-  constexpr ThirdsCase const* c = kThirdsCases<D, R>;
-  return {pick(r2, part_value(c[0].ahead, e, t, tt), part_value(c[1].ahead, e, t, tt),
-               part_value(c[2].ahead, e, t, tt), part_value(c[3].ahead, e, t, tt)),
-          pick(r2, part_value(c[0].below, e, t, tt), part_value(c[1].below, e, t, tt),
-               part_value(c[2].below, e, t, tt), part_value(c[3].below, e, t, tt))};
+  return pick_case<V>(kThirdsCases<D, R>, r2,
+                      [&](engine::Part p) { return part_value(p, e, t, tt); });
 }
 
 // One plane, whose chain is what counts. The dot test gives one of two
@@ -176,12 +185,11 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
 // split. The last row: 3 all into the carry, 1 all ahead. Row ends draw,
 // ignore it and send two thirds below.
 //
-// One plane: each case names the quarters (0, 1, 3 or 4) each side gets, and
-// a side's share is (e * quarters + bias) >> 2, the bias 3 for a negative e:
-// the division truncated toward zero, with no select between the cases.
-struct QuartersCase {
-  std::int32_t ahead, below;
-};
+// Each case names the quarters (0, 1, 3 or 4) each side gets. Lanes pick
+// among the parts worked out; one plane takes a side's share as (e *
+// quarters + bias) >> 2, the bias 3 for a negative e: the division
+// truncated toward zero, with no select between the cases.
+using QuartersCase = SplitCase<std::int32_t>;
 template <Dir D, Role R>
 inline constexpr QuartersCase kQuartersCases[4] = {};
 template <>
@@ -208,11 +216,12 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
       QuartersCase const& c = kQuartersCases<D, R>[r];
       const std::int32_t bias = (e >> 31) & 3;
       return {(e * c.ahead + bias) >> 2, (e * c.below + bias) >> 2};
+    } else {
+      const V q = engine::quarter(e), tq = engine::three_quarters(e);
+      return pick_case<V>(kQuartersCases<D, R>, r, [&](std::int32_t quarters) {
+        return quarters == 4 ? e : quarters == 3 ? tq : quarters == 1 ? q : V{};
+      });
     }
-    const V q = engine::quarter(e), tq = engine::three_quarters(e), none{};
-    if constexpr (R == Role::LastInner) return {pick(r, tq, e, q, none), pick(r, q, none, tq, e)};
-    if constexpr (D == Dir::Ltr) return {pick(r, tq, e, tq, none), pick(r, q, none, q, e)};
-    return {pick(r, e, q, none, tq), pick(r, none, tq, e, q)};
   }
 };
 
