@@ -52,6 +52,29 @@ std::size_t Input::read(void* data, std::size_t size) {
 
 std::int64_t Input::remaining() const { return size_ < 0 ? -1 : size_ - consumed_; }
 
+bool Input::skip(std::uint64_t size) {
+  const std::int64_t left = remaining();
+  if (left >= 0) {
+    if (size > static_cast<std::uint64_t>(left)) return false;
+    const std::size_t from_prefix =
+        static_cast<std::size_t>(std::min<std::uint64_t>(size, prefix_size_ - prefix_used_));
+    prefix_used_ += from_prefix;
+    if (::fseeko(file_, static_cast<off_t>(size - from_prefix), SEEK_CUR) == 0) {
+      consumed_ += static_cast<std::int64_t>(size);
+      return true;
+    }
+    size -= from_prefix;
+    consumed_ += static_cast<std::int64_t>(from_prefix);
+  }
+  unsigned char buffer[1 << 14];
+  while (size > 0) {
+    const std::size_t part = static_cast<std::size_t>(std::min<std::uint64_t>(size, sizeof buffer));
+    if (read(buffer, part) != part) return false;
+    size -= part;
+  }
+  return true;
+}
+
 std::FILE* Input::seekable() {
   if (prefix_used_ == 0 && std::fseek(file_, -static_cast<long>(prefix_size_), SEEK_CUR) == 0)
     return file_;
@@ -161,6 +184,15 @@ void check_page_size(Input const& in, std::uint64_t width, std::uint64_t height)
 }
 
 }  // namespace detail
+
+bool Reader::skip_page() {
+  constexpr std::uint32_t kRows = 16;
+  const std::size_t stride = shape_.width;
+  std::vector<unsigned char> rows(stride * kRows * shape_.planes);
+  for (std::uint32_t y = 0; y < shape_.height; y += kRows)
+    read_rows(rows.data(), stride, std::min(kRows, shape_.height - y));
+  return next_page();
+}
 
 namespace {
 

@@ -26,6 +26,9 @@ class Input {
   std::size_t read(void* data, std::size_t size);
   // Bytes left when the stream is a regular file, else -1.
   std::int64_t remaining() const;
+  // Passes over `size` bytes: a seek on a regular file, else reads. False
+  // where fewer are left.
+  bool skip(std::uint64_t size);
   // The recognized bytes followed by the rest, as a seekable stream (the
   // file itself when it can seek, else a temporary copy).
   std::FILE* seekable();

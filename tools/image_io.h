@@ -53,6 +53,10 @@ class Reader {
   // Moves to the next page of the file (after every row of the current one
   // was read); false when there is none.
   virtual bool next_page() = 0;
+  // Moves past the current page, none of whose rows was read, to the next;
+  // false when there is none. Readers that can skip a page's data without
+  // decoding it do; the others read its rows.
+  virtual bool skip_page();
 
  protected:
   PageShape shape_;

@@ -102,6 +102,7 @@ class PngReader final : public Reader {
   }
 
   bool next_page() override { return false; }
+  bool skip_page() override { return false; }
 
  private:
   // Runs libpng calls that may report an error by jumping back here; the

@@ -53,6 +53,13 @@ class PnmReader final : public Reader {
     }
   }
 
+  bool skip_page() override {
+    if (header_.plain) return Reader::skip_page();
+    if (!in_->skip(raw_.size() * shape_.height)) truncated_at(row_ + 1);
+    row_ = shape_.height;
+    return next_page();
+  }
+
   bool next_page() override {
     int c = in_->get();
     while (c != EOF && std::isspace(c)) c = in_->get();

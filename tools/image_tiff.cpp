@@ -73,6 +73,8 @@ class TiffReader final : public Reader {
     }
   }
 
+  bool skip_page() override { return next_page(); }  // the strips stay unread
+
   bool next_page() override {
     while (tiff().ReadDirectory(tif_.get())) {
       ++page_;

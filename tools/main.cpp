@@ -51,13 +51,15 @@ void add_screen(CLI::App& app, ScreenOptions& o) {
       ->add_option("--planes", o.planes,
                    "IN is a grey image of P planes stacked top to bottom (read whole)")
       ->check(CLI::Range(1u, 255u));
-  screen->add_option("--threads", o.threads, "planes screened at once (1-64); output unchanged")
+  screen
+      ->add_option("--threads", o.threads,
+                   "pages of a file, else planes, screened at once (1-64); output unchanged")
       ->check(CLI::Range(1u, 64u));
   screen->add_option("--mode", o.mode, "tone-curve mode: 0 (none), 1-5 or 11-17");
   screen->add_option("--levels,--params", o.levels,
                      "levels from dark to light, e.g. 0,85,170,255 (default: evenly spread)");
   screen->add_option("--seed-time", o.seed_time,
-                     "seconds the random screens seed from (default: the clock)");
+                     "seconds the random screens seed from (default: the clock at the start)");
   screen->add_option("--data", o.data,
                      "folder of ToneAry.ham; data files are also looked up "
                      "there and in its Moths/");

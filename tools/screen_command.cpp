@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 
 #include "commands.h"
@@ -69,9 +70,11 @@ std::vector<std::pair<std::string, std::string>> job_keys(ScreenOptions const& o
   auto refuse = [&](std::string const& what, std::string const& option) {
     throw ToolError(id + " reads no " + what + "; drop " + option);
   };
-  if (!o.seed_time.empty())
-    keys.emplace_back("seed-time",
-                      std::to_string(parse_number(o.seed_time, "--seed-time", 0, 0xFFFFFFFFll)));
+  // Without --seed-time, every page seeds from the clock as the program starts.
+  keys.emplace_back(
+      "seed-time", o.seed_time.empty()
+                       ? std::to_string(static_cast<std::uint32_t>(std::time(nullptr)))
+                       : std::to_string(parse_number(o.seed_time, "--seed-time", 0, 0xFFFFFFFFll)));
   if (!o.mode.empty()) {
     if (!(info.needs & HALFTONE_NEEDS_TONE_CURVES)) refuse("tone curves", "--mode");
     const auto mode = parse_number(o.mode, "--mode", -1000, 1000);
@@ -127,6 +130,15 @@ std::vector<std::pair<std::string, std::string>> job_keys(ScreenOptions const& o
   }
   if (o.threads > 1) keys.emplace_back("threads", std::to_string(o.threads));
   return keys;
+}
+
+// Pages can be screened at once where the input can be read twice over (a
+// regular file) and no state runs on from page to page outside the pages'
+// jobs (the utilities share one generator for the life of the process).
+bool pages_at_once(halftone_screen_info const& info, std::string const& input) {
+  std::error_code error;
+  return input != "-" && fs::is_regular_file(input, error) &&
+         std::strcmp(info.family, "utilities") != 0;
 }
 
 image::Format output_format(ScreenOptions const& o, halftone_screen_info const& info) {
@@ -206,9 +218,26 @@ int screen_command(ScreenOptions const& o) {
   job.band_height = o.band_height;
   job.progress = !o.quiet;
 
-  std::unique_ptr<image::Reader> reader = image::open_reader(o.input);
-  if (o.planes > 1) reader = std::make_unique<StackedPlanes>(std::move(reader), o.planes);
+  const OpenReader open = [&o] {
+    std::unique_ptr<image::Reader> reader = image::open_reader(o.input);
+    if (o.planes > 1) reader = std::make_unique<StackedPlanes>(std::move(reader), o.planes);
+    return reader;
+  };
+  std::unique_ptr<image::Reader> reader = open();
   const bool cmyk = reader->shape().planes == 4 && o.planes == 1;
+  // A file of several pages screens them at once, a page a thread: a second
+  // reader of the file, at its second page, shows there is one.
+  std::unique_ptr<image::Reader> second;
+  if (o.threads > 1 && pages_at_once(info, o.input)) {
+    second = open();
+    if (second->skip_page()) {
+      job.keys.erase(std::remove_if(job.keys.begin(), job.keys.end(),
+                                    [](auto const& key) { return key.first == "threads"; }),
+                     job.keys.end());
+    } else {
+      second.reset();
+    }
+  }
 
   remove_pending_on_signals();
   OutputFile output(o.output);
@@ -223,7 +252,9 @@ int screen_command(ScreenOptions const& o) {
     sink = std::make_unique<PictureSink>(*writer, format == image::Format::Tiff, info.bits,
                                          top_code(info), names);
   }
-  const ScreenTotals totals = screen_pages(job, *reader, *sink);
+  const ScreenTotals totals = second ? screen_pages_at_once(job, open, std::move(reader),
+                                                            std::move(second), o.threads, *sink)
+                                     : screen_pages(job, *reader, *sink);
   if (writer) writer->finish();
   output.commit();
 

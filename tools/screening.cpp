@@ -3,9 +3,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <exception>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <thread>
 
 #include "tool_error.h"
 
@@ -38,21 +45,26 @@ int exit_code_for(int result) {
   throw ToolError(what + ": " + why, exit_code_for(result));
 }
 
+// A progress line on a terminal: bands of a page, or pages of a file whose
+// pages are screened at once (`total` 0: not known).
 class Progress {
  public:
-  Progress(bool wanted, std::uint64_t pixels, std::uint64_t bands)
-      : on_(wanted && pixels > kProgressPixels && ::isatty(STDERR_FILENO)), bands_(bands) {}
+  Progress(bool wanted, std::uint64_t pixels, char const* unit, std::uint64_t total)
+      : on_(wanted && pixels > kProgressPixels && ::isatty(STDERR_FILENO)),
+        unit_(unit),
+        total_(total) {}
   ~Progress() {
     if (shown_) std::fputs("\r\033[K", stderr);
   }
-  void band_done(std::uint64_t band, std::uint64_t pixels_done, double seconds) {
+  void done(std::uint64_t count, std::uint64_t pixels_done, double seconds) {
     if (!on_) return;
     const auto now = Clock::now();
-    if (band != bands_ && now - last_ < std::chrono::milliseconds(200)) return;
+    if (count != total_ && now - last_ < std::chrono::milliseconds(200)) return;
     last_ = now;
     shown_ = true;
-    std::fprintf(stderr, "\rhalftone: band %llu of %llu, %.1f megapixels a second\033[K",
-                 static_cast<unsigned long long>(band), static_cast<unsigned long long>(bands_),
+    const std::string of = total_ == 0 ? "" : " of " + std::to_string(total_);
+    std::fprintf(stderr, "\rhalftone: %s %llu%s, %.1f megapixels a second\033[K", unit_,
+                 static_cast<unsigned long long>(count), of.c_str(),
                  seconds > 0 ? pixels_done / seconds / 1e6 : 0.0);
     std::fflush(stderr);
   }
@@ -60,7 +72,8 @@ class Progress {
  private:
   bool on_;
   bool shown_ = false;
-  std::uint64_t bands_;
+  char const* unit_;
+  std::uint64_t total_;
   Clock::time_point last_{};
 };
 
@@ -144,75 +157,285 @@ void PictureSink::end_page() {
   close_spools();
 }
 
-ScreenTotals screen_pages(ScreenJob const& request, image::Reader& in, PageSink& out) {
+namespace {
+
+// Screens the current page of `in` into `out`, adding it to `totals`.
+// `stop`, when given, ends the page early (with no error) once it is set.
+void screen_page(ScreenJob const& request, image::Reader& in, PageSink& out, ScreenTotals& totals,
+                 std::atomic<bool> const* stop = nullptr) {
   halftone_screen_info const& info = *request.info;
   const bool whole_page =
       info.banding == HALFTONE_BANDING_WHOLE_PAGE || info.layout != HALFTONE_LAYOUT_SAME;
-  ScreenTotals totals;
-  do {
-    image::PageShape const shape = in.shape();
-    if (whole_page && shape.planes != 1)
-      throw ToolError(std::string(info.id) + " screens one plane; the input has " +
-                      std::to_string(shape.planes));
-    halftone::Job job(info.id, shape.width, shape.planes);
-    if (!job) throw ToolError(std::string(info.id) + ": " + job.error(), kExitFailure);
-    for (auto const& [key, value] : request.keys)
-      if (int result = job.set(key.c_str(), value); result != 0)
-        job_failed(job, result, "option " + key + " " + value);
+  image::PageShape const shape = in.shape();
+  if (whole_page && shape.planes != 1)
+    throw ToolError(std::string(info.id) + " screens one plane; the input has " +
+                    std::to_string(shape.planes));
+  halftone::Job job(info.id, shape.width, shape.planes);
+  if (!job) throw ToolError(std::string(info.id) + ": " + job.error(), kExitFailure);
+  for (auto const& [key, value] : request.keys)
+    if (int result = job.set(key.c_str(), value); result != 0)
+      job_failed(job, result, "option " + key + " " + value);
 
-    const std::uint32_t band_rows =
-        whole_page ? shape.height : std::min(request.band_height, shape.height);
-    PageOut page;
-    page.planes = shape.planes;
-    page.x_dpi = shape.x_dpi;
-    page.y_dpi = shape.y_dpi;
-    std::uint32_t band_out_width = 0, band_out_rows = 0;
-    if (int result = halftone_job_output_shape(job.get(), shape.height, &page.width, &page.height,
-                                               &page.row_bytes);
+  const std::uint32_t band_rows =
+      whole_page ? shape.height : std::min(request.band_height, shape.height);
+  PageOut page;
+  page.planes = shape.planes;
+  page.x_dpi = shape.x_dpi;
+  page.y_dpi = shape.y_dpi;
+  std::uint32_t band_out_width = 0, band_out_rows = 0;
+  if (int result = halftone_job_output_shape(job.get(), shape.height, &page.width, &page.height,
+                                             &page.row_bytes);
+      result != 0)
+    job_failed(job, result, info.id);
+  if (info.layout != HALFTONE_LAYOUT_SAME) std::swap(page.x_dpi, page.y_dpi);
+  std::size_t band_row_bytes = 0;
+  if (int result = halftone_job_output_shape(job.get(), band_rows, &band_out_width, &band_out_rows,
+                                             &band_row_bytes);
+      result != 0)
+    job_failed(job, result, info.id);
+
+  const std::size_t source_stride = halftone_row_bytes(shape.width, 8);
+  std::vector<unsigned char> source(source_stride * band_rows * shape.planes, 255);
+  std::vector<unsigned char> dots(band_row_bytes * band_out_rows * shape.planes);
+  const std::uint64_t bands = (shape.height + band_rows - 1) / band_rows;
+  Progress progress(request.progress, std::uint64_t{shape.width} * shape.height * shape.planes,
+                    "band", bands);
+  bool begun = false;
+  std::uint64_t band = 0;
+  double seconds = 0;
+  for (std::uint32_t y = 0; y < shape.height; y += band_rows) {
+    if (stop != nullptr && stop->load(std::memory_order_relaxed)) return;
+    const std::uint32_t rows = std::min(band_rows, shape.height - y);
+    in.read_rows(source.data(), source_stride, rows);
+    const auto start = Clock::now();
+    if (int result = job.band(source.data(), source_stride, dots.data(), band_row_bytes, rows);
         result != 0)
       job_failed(job, result, info.id);
-    if (info.layout != HALFTONE_LAYOUT_SAME) std::swap(page.x_dpi, page.y_dpi);
-    std::size_t band_row_bytes = 0;
-    if (int result = halftone_job_output_shape(job.get(), band_rows, &band_out_width,
-                                               &band_out_rows, &band_row_bytes);
-        result != 0)
-      job_failed(job, result, info.id);
-
-    const std::size_t source_stride = halftone_row_bytes(shape.width, 8);
-    std::vector<unsigned char> source(source_stride * band_rows * shape.planes, 255);
-    std::vector<unsigned char> dots(band_row_bytes * band_out_rows * shape.planes);
-    const std::uint64_t bands = (shape.height + band_rows - 1) / band_rows;
-    Progress progress(request.progress, std::uint64_t{shape.width} * shape.height * shape.planes,
-                      bands);
-    bool begun = false;
-    std::uint64_t band = 0;
-    double seconds = 0;
-    for (std::uint32_t y = 0; y < shape.height; y += band_rows) {
-      const std::uint32_t rows = std::min(band_rows, shape.height - y);
-      in.read_rows(source.data(), source_stride, rows);
-      const auto start = Clock::now();
-      if (int result = job.band(source.data(), source_stride, dots.data(), band_row_bytes, rows);
-          result != 0)
-        job_failed(job, result, info.id);
-      seconds += std::chrono::duration<double>(Clock::now() - start).count();
-      if (!begun) {  // nothing reaches the output before the first band is screened
-        out.begin_page(page);
-        begun = true;
-      }
-      std::uint32_t out_width = 0, out_rows = 0;
-      std::size_t out_row_bytes = 0;
-      halftone_job_output_shape(job.get(), rows, &out_width, &out_rows, &out_row_bytes);
-      out.band(dots.data(), out_rows);
-      progress.band_done(++band, std::uint64_t{shape.width} * (y + rows) * shape.planes, seconds);
+    seconds += std::chrono::duration<double>(Clock::now() - start).count();
+    if (!begun) {  // nothing reaches the output before the first band is screened
+      out.begin_page(page);
+      begun = true;
     }
-    if (int result = job.finish(); result != 0) job_failed(job, result, info.id);
+    std::uint32_t out_width = 0, out_rows = 0;
+    std::size_t out_row_bytes = 0;
+    halftone_job_output_shape(job.get(), rows, &out_width, &out_rows, &out_row_bytes);
+    out.band(dots.data(), out_rows);
+    progress.done(++band, std::uint64_t{shape.width} * (y + rows) * shape.planes, seconds);
+  }
+  if (int result = job.finish(); result != 0) job_failed(job, result, info.id);
+  out.end_page();
+  ++totals.pages;
+  totals.bands += band;
+  totals.pixels += std::uint64_t{shape.width} * shape.height * shape.planes;
+  totals.seconds += seconds;
+  totals.last = page;
+}
+
+}  // namespace
+
+ScreenTotals screen_pages(ScreenJob const& request, image::Reader& in, PageSink& out) {
+  ScreenTotals totals;
+  do screen_page(request, in, out, totals);
+  while (in.next_page());
+  return totals;
+}
+
+namespace {
+
+std::string spool_error(char const* what) {
+  return std::string("cannot ") + what + " a temporary file: " + std::strerror(errno);
+}
+
+// A page's screened bands, kept in a temporary file until the page's turn.
+class SpoolSink final : public PageSink {
+ public:
+  SpoolSink() : file_(std::tmpfile()) {
+    if (file_ == nullptr) throw image::WriteError(spool_error("make"));
+  }
+  ~SpoolSink() override { std::fclose(file_); }
+  SpoolSink(SpoolSink const&) = delete;
+  SpoolSink& operator=(SpoolSink const&) = delete;
+
+  void begin_page(PageOut const& page) override {
+    page_ = page;
+    begun_ = true;
+  }
+  void band(unsigned char const* dots, std::uint32_t rows) override {
+    const std::size_t size = band_bytes(rows);
+    if (std::fwrite(&rows, sizeof rows, 1, file_) != 1 ||
+        (size != 0 && std::fwrite(dots, 1, size, file_) != size))
+      throw image::WriteError(spool_error("write"));
+    most_rows_ = std::max(most_rows_, rows);
+  }
+  void end_page() override {}
+
+  // Hands the page to `out` as screen_page would have.
+  void replay(PageSink& out) {
+    std::rewind(file_);
+    if (begun_) {
+      out.begin_page(page_);
+      std::vector<unsigned char> dots(band_bytes(most_rows_));
+      std::uint32_t rows = 0;
+      while (std::fread(&rows, sizeof rows, 1, file_) == 1) {
+        const std::size_t size = band_bytes(rows);
+        if (rows > most_rows_ || std::fread(dots.data(), 1, size, file_) != size)
+          throw image::WriteError(spool_error("read back"));
+        out.band(dots.data(), rows);
+      }
+    }
     out.end_page();
-    ++totals.pages;
-    totals.bands += band;
-    totals.pixels += std::uint64_t{shape.width} * shape.height * shape.planes;
-    totals.seconds += seconds;
-    totals.last = page;
-  } while (in.next_page());
+  }
+
+ private:
+  std::size_t band_bytes(std::uint32_t rows) const { return page_.row_bytes * page_.planes * rows; }
+  std::FILE* file_;
+  PageOut page_;
+  bool begun_ = false;
+  std::uint32_t most_rows_ = 0;
+};
+
+// The pages handed out to the workers and those they finished, in turn.
+struct PageBoard {
+  struct Page {
+    bool done = false;
+    std::unique_ptr<SpoolSink> spool;
+    ScreenTotals totals;
+    std::exception_ptr error;
+  };
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::map<std::uint64_t, Page> pages;  // handed out, not yet written
+  std::uint64_t handed = 0;             // pages handed out
+  std::uint64_t written = 0;
+  std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  // the first page not in the file
+  std::uint64_t ahead = 0;  // pages a worker may run ahead of the output
+  std::atomic<bool> stop{false};
+
+  void halt() {
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      stop = true;
+    }
+    changed.notify_all();
+  }
+};
+
+// One worker: screens page `page` (handed to it already) where its reader
+// stands, then the pages it is handed, moving its reader forward to each.
+void page_worker(PageBoard& board, ScreenJob const& job, OpenReader const& open,
+                 std::unique_ptr<image::Reader> reader, std::uint64_t page) {
+  std::uint64_t at = page;  // the reader's page
+  bool read_through = false;
+  for (;;) {
+    PageBoard::Page result;
+    bool exists = true;
+    try {
+      if (reader == nullptr || at > page || (at == page && read_through)) {
+        reader = open();
+        at = 0;
+        read_through = false;
+      }
+      for (; exists && at < page; ++at) {
+        exists = read_through ? reader->next_page() : reader->skip_page();
+        read_through = false;
+        if (!exists) break;
+      }
+      if (exists) {
+        result.spool = std::make_unique<SpoolSink>();
+        screen_page(job, *reader, *result.spool, result.totals, &board.stop);
+        read_through = true;
+      }
+    } catch (...) {
+      result.error = std::current_exception();
+    }
+    std::unique_lock<std::mutex> lock(board.mutex);
+    if (!exists) {
+      board.end = std::min(board.end, at + 1);
+    } else {
+      result.done = true;
+      board.pages[page] = std::move(result);
+    }
+    board.changed.notify_all();
+    if (!exists || board.pages[page].error) return;
+    board.changed.wait(lock, [&] {
+      return board.stop || board.handed >= board.end || board.handed < board.written + board.ahead;
+    });
+    if (board.stop || board.handed >= board.end) return;
+    page = board.handed++;
+    board.pages[page];
+  }
+}
+
+void add(ScreenTotals& totals, ScreenTotals const& page) {
+  totals.pages += page.pages;
+  totals.bands += page.bands;
+  totals.pixels += page.pixels;
+  totals.seconds += page.seconds;
+  totals.last = page.last;
+}
+
+}  // namespace
+
+ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
+                                  std::unique_ptr<image::Reader> first,
+                                  std::unique_ptr<image::Reader> second, unsigned workers,
+                                  PageSink& out) {
+  ScreenJob page_job = job;
+  page_job.progress = false;  // the pages' bands interleave: the line counts pages
+  PageBoard board;
+  board.ahead = 2 * std::uint64_t{workers};
+  board.handed = 2;
+  board.pages[0];
+  board.pages[1];
+  std::vector<std::thread> threads;
+  struct Join {
+    PageBoard& board;
+    std::vector<std::thread>& threads;
+    ~Join() {
+      board.halt();
+      for (std::thread& t : threads) t.join();
+    }
+  } join{board, threads};
+  threads.emplace_back(page_worker, std::ref(board), std::cref(page_job), std::cref(open),
+                       std::move(first), 0);
+  threads.emplace_back(page_worker, std::ref(board), std::cref(page_job), std::cref(open),
+                       std::move(second), 1);
+  for (unsigned w = 2; w < workers; ++w) {
+    std::unique_lock<std::mutex> lock(board.mutex);
+    const std::uint64_t page = board.handed++;
+    board.pages[page];
+    lock.unlock();
+    threads.emplace_back(page_worker, std::ref(board), std::cref(page_job), std::cref(open),
+                         nullptr, page);
+  }
+
+  ScreenTotals totals;
+  const auto start = Clock::now();
+  // Every file of several pages shows it, whatever the pages' size.
+  Progress progress(job.progress, std::numeric_limits<std::uint64_t>::max(), "page", 0);
+  for (std::uint64_t page = 0;; ++page) {
+    PageBoard::Page done;
+    {
+      std::unique_lock<std::mutex> lock(board.mutex);
+      board.changed.wait(lock, [&] {
+        const auto it = board.pages.find(page);
+        return page >= board.end || (it != board.pages.end() && it->second.done);
+      });
+      if (page >= board.end) break;
+      done = std::move(board.pages[page]);
+      board.pages.erase(page);
+    }
+    if (done.error) std::rethrow_exception(done.error);  // `join` halts the others
+    done.spool->replay(out);
+    add(totals, done.totals);
+    {
+      std::lock_guard<std::mutex> lock(board.mutex);
+      board.written = page + 1;
+    }
+    board.changed.notify_all();
+    progress.done(page + 1, totals.pixels,
+                  std::chrono::duration<double>(Clock::now() - start).count());
+  }
   return totals;
 }
 

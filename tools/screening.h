@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -89,6 +91,21 @@ struct ScreenTotals {
 // options or data (exit 2) and library failures (exit 1), image::Error for
 // bad input.
 ScreenTotals screen_pages(ScreenJob const& job, image::Reader& in, PageSink& out);
+
+// Opens the input afresh, at its first page.
+using OpenReader = std::function<std::unique_ptr<image::Reader>()>;
+
+// Screens the pages of a file of several pages on `workers` threads at once
+// (two or more), each page a job of its own, and hands them to `out` in page
+// order: the same pages screen_pages gives. `first` is the input at its first
+// page, `second` another opening of it already at its second; further
+// workers open their own. A page screened before its turn waits in a
+// temporary file; no worker runs more than twice `workers` pages ahead of
+// the output.
+ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
+                                  std::unique_ptr<image::Reader> first,
+                                  std::unique_ptr<image::Reader> second, unsigned workers,
+                                  PageSink& out);
 
 // Serves an image of `planes` grey planes stacked top to bottom as
 // line-interleaved planes. Reads each page whole.

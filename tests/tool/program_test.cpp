@@ -186,6 +186,41 @@ TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
   EXPECT_FALSE(fs::exists(dir / "out.png"));
 }
 
+// The pages of a file screened at once, a page a thread, come out as they do
+// one after another; a bad page fails the run as it does then.
+TEST_F(Program, PagesAtOnceGiveThePagesInTurn) {
+  const std::string pages = pgm(40, 30) + pgm(23, 51) + pgm(64, 9) + pgm(40, 30) + pgm(17, 70);
+  write("pages.pgm", pages);
+  write("bad.pgm", pages + "P5\n9 9\n255\n" + std::string(20, 'x'));
+  Bytes cmyk(31 * 19 * 4), rgb(26 * 22 * 3);
+  for (std::size_t i = 0; i < cmyk.size(); ++i) cmyk[i] = static_cast<unsigned char>(i * 7);
+  for (std::size_t i = 0; i < rgb.size(); ++i) rgb[i] = static_cast<unsigned char>(i * 5);
+  tiff(at("pages.tif"), {{31, 19, PHOTOMETRIC_SEPARATED, 8, 4, false, false, cmyk},
+                         {26, 22, PHOTOMETRIC_RGB, 8, 3, false, true, rgb},
+                         {31, 19, PHOTOMETRIC_SEPARATED, 8, 4, true, false, cmyk}});
+  const std::string id = registry_screen(1)->id;
+  const std::vector<std::pair<std::string, std::string>> cases = {{"pages.pgm", "out.pbm"},
+                                                                  {"pages.pgm", "out.raw"},
+                                                                  {"pages.tif", "out.tif"},
+                                                                  {"pages.tif", "out.pbm"},
+                                                                  {"bad.pgm", "out.pbm"}};
+  for (auto const& [in, out] : cases) {
+    SCOPED_TRACE(in + " " + out);
+    Result runs[2];
+    std::string outputs[2];
+    for (int i = 0; i < 2; ++i) {
+      runs[i] = run({"screen", id, at(in), at(out), "--seed-time", "3", "--band-height", "8",
+                     "--threads", i == 0 ? "1" : "3", "-q"});
+      outputs[i] = slurp(dir / out);
+      fs::remove(dir / out);
+    }
+    EXPECT_EQ(runs[1].status, runs[0].status);
+    EXPECT_EQ(runs[1].err, runs[0].err);
+    EXPECT_EQ(outputs[1], outputs[0]);
+    EXPECT_EQ(outputs[0].empty(), in == "bad.pgm");
+  }
+}
+
 TEST_F(Program, RefusedInputWritesNothing) {
   const std::string in = write("in.pgm", pgm(20, 10));
   write("lie.pgm", "P5\n32768 32768\n255\n");  // 19 bytes declaring 1 GiB
