@@ -16,9 +16,24 @@
 
 namespace halftone::fuzz {
 
-// Reads every page of `reader` in bands of 1-4 rows into buffers of exactly
-// the band's size, up to a pixel budget (a small file may declare a large
-// page that it compresses well). Returns the grey planes of the pages read whole.
+// Reads the current page of `reader` in bands of 1-4 rows into buffers of
+// exactly the band's size.
+inline Bytes read_page(image::Reader& reader, int page) {
+  image::PageShape const shape = reader.shape();
+  Bytes grey;
+  grey.reserve(std::size_t{shape.width} * shape.height * shape.planes);
+  for (std::uint32_t y = 0, band = 1; y < shape.height; y += band) {
+    band = std::min<std::uint32_t>(1 + (y * 7 + page) % 4, shape.height - y);
+    Bytes rows(std::size_t{shape.width} * shape.planes * band);
+    reader.read_rows(rows.data(), shape.width, band);
+    grey.insert(grey.end(), rows.begin(), rows.end());
+  }
+  return grey;
+}
+
+// Reads every page of `reader`, up to a pixel budget (a small file may
+// declare a large page that it compresses well). Returns the grey planes of
+// the pages read whole.
 inline std::vector<Bytes> read_pages(image::Reader& reader, std::uint64_t budget) {
   std::vector<Bytes> pages;
   for (int page = 0; page < 8; ++page) {
@@ -32,25 +47,21 @@ inline std::vector<Bytes> read_pages(image::Reader& reader, std::uint64_t budget
     const std::uint64_t pixels = std::uint64_t{shape.width} * shape.height * shape.planes;
     if (pixels > budget) return pages;
     budget -= pixels;
-    Bytes grey;
-    grey.reserve(pixels);
-    for (std::uint32_t y = 0, band = 1; y < shape.height; y += band) {
-      band = std::min<std::uint32_t>(1 + (y * 7 + page) % 4, shape.height - y);
-      Bytes rows(std::size_t{shape.width} * shape.planes * band);
-      reader.read_rows(rows.data(), shape.width, band);
-      grey.insert(grey.end(), rows.begin(), rows.end());
-    }
-    pages.push_back(std::move(grey));
+    pages.push_back(read_page(reader, page));
     if (!reader.next_page()) break;
   }
   return pages;
 }
 
 // The bytes as a file named by path, or as a stream the caller keeps open.
-// A refused file is fine; anything else that escapes is not.
+// A refused file is fine; anything else that escapes is not. In a file,
+// passing over pages (as the program's page threads do) lands on the page
+// that reading through them reaches.
 inline void read_any(Scratch const& scratch, std::uint8_t const* data, std::size_t size,
                      bool as_stream) {
   std::FILE* stream = nullptr;
+  std::vector<Bytes> pages;
+  std::string path;
   try {
     std::unique_ptr<image::Reader> reader;
     if (as_stream) {
@@ -58,12 +69,22 @@ inline void read_any(Scratch const& scratch, std::uint8_t const* data, std::size
       if (stream == nullptr) return;  // fmemopen refuses an empty buffer
       reader = image::open_reader(stream, "fuzz-input");
     } else {
-      reader = image::open_reader(scratch.write("input", data, size));
+      path = scratch.write("input", data, size);
+      reader = image::open_reader(path);
     }
-    read_pages(*reader, std::uint64_t{1} << 22);
+    pages = read_pages(*reader, std::uint64_t{1} << 22);
   } catch (image::Error const&) {
   }
   if (stream) std::fclose(stream);
+  for (std::size_t k = 1; !path.empty() && k < pages.size(); ++k) {
+    try {
+      auto again = image::open_reader(path);
+      for (std::size_t j = 0; j < k; ++j) check(again->skip_page(), "a page passed over is gone");
+      check(read_page(*again, static_cast<int>(k)) == pages[k], "a page after pages passed over");
+    } catch (image::Error const& e) {
+      fail("pages read through could not be passed over", e.what());
+    }
+  }
 }
 
 // Pictures of any size and depth from the fuzzed bytes, written in `format`
