@@ -128,7 +128,6 @@ std::vector<std::pair<std::string, std::string>> job_keys(ScreenOptions const& o
     }
     keys.emplace_back("pattern-size", size);
   }
-  if (o.threads > 1) keys.emplace_back("threads", std::to_string(o.threads));
   return keys;
 }
 
@@ -226,18 +225,14 @@ int screen_command(ScreenOptions const& o) {
   std::unique_ptr<image::Reader> reader = open();
   const bool cmyk = reader->shape().planes == 4 && o.planes == 1;
   // A file of several pages screens them at once, a page a thread: a second
-  // reader of the file, at its second page, shows there is one.
+  // reader of the file, at its second page, shows there is one. Otherwise
+  // the threads screen the planes of each page.
   std::unique_ptr<image::Reader> second;
   if (o.threads > 1 && pages_at_once(info, o.input)) {
     second = open();
-    if (second->skip_page()) {
-      job.keys.erase(std::remove_if(job.keys.begin(), job.keys.end(),
-                                    [](auto const& key) { return key.first == "threads"; }),
-                     job.keys.end());
-    } else {
-      second.reset();
-    }
+    if (!second->skip_page()) second.reset();
   }
+  if (o.threads > 1 && !second) job.keys.emplace_back("threads", std::to_string(o.threads));
 
   remove_pending_on_signals();
   OutputFile output(o.output);

@@ -159,10 +159,10 @@ void PictureSink::end_page() {
 
 namespace {
 
-// Screens the current page of `in` into `out`, adding it to `totals`.
+// Screens the current page of `in` into `out`; gives the page's figures.
 // `stop`, when given, ends the page early (with no error) once it is set.
-void screen_page(ScreenJob const& request, image::Reader& in, PageSink& out, ScreenTotals& totals,
-                 std::atomic<bool> const* stop = nullptr) {
+ScreenTotals screen_page(ScreenJob const& request, image::Reader& in, PageSink& out,
+                         std::atomic<bool> const* stop = nullptr) {
   halftone_screen_info const& info = *request.info;
   const bool whole_page =
       info.banding == HALFTONE_BANDING_WHOLE_PAGE || info.layout != HALFTONE_LAYOUT_SAME;
@@ -204,7 +204,7 @@ void screen_page(ScreenJob const& request, image::Reader& in, PageSink& out, Scr
   std::uint64_t band = 0;
   double seconds = 0;
   for (std::uint32_t y = 0; y < shape.height; y += band_rows) {
-    if (stop != nullptr && stop->load(std::memory_order_relaxed)) return;
+    if (stop != nullptr && stop->load(std::memory_order_relaxed)) return {};
     const std::uint32_t rows = std::min(band_rows, shape.height - y);
     in.read_rows(source.data(), source_stride, rows);
     const auto start = Clock::now();
@@ -224,18 +224,22 @@ void screen_page(ScreenJob const& request, image::Reader& in, PageSink& out, Scr
   }
   if (int result = job.finish(); result != 0) job_failed(job, result, info.id);
   out.end_page();
-  ++totals.pages;
-  totals.bands += band;
-  totals.pixels += std::uint64_t{shape.width} * shape.height * shape.planes;
-  totals.seconds += seconds;
-  totals.last = page;
+  return {1, band, std::uint64_t{shape.width} * shape.height * shape.planes, seconds, page};
+}
+
+void add(ScreenTotals& totals, ScreenTotals const& page) {
+  totals.pages += page.pages;
+  totals.bands += page.bands;
+  totals.pixels += page.pixels;
+  totals.seconds += page.seconds;
+  totals.last = page.last;
 }
 
 }  // namespace
 
 ScreenTotals screen_pages(ScreenJob const& request, image::Reader& in, PageSink& out) {
   ScreenTotals totals;
-  do screen_page(request, in, out, totals);
+  do add(totals, screen_page(request, in, out));
   while (in.next_page());
   return totals;
 }
@@ -297,14 +301,13 @@ class SpoolSink final : public PageSink {
 // The pages handed out to the workers and those they finished, in turn.
 struct PageBoard {
   struct Page {
-    bool done = false;
     std::unique_ptr<SpoolSink> spool;
     ScreenTotals totals;
     std::exception_ptr error;
   };
   std::mutex mutex;
   std::condition_variable changed;
-  std::map<std::uint64_t, Page> pages;  // handed out, not yet written
+  std::map<std::uint64_t, Page> pages;  // screened (or failed), not yet written
   std::uint64_t handed = 0;             // pages handed out
   std::uint64_t written = 0;
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  // the first page not in the file
@@ -335,43 +338,33 @@ void page_worker(PageBoard& board, ScreenJob const& job, OpenReader const& open,
         at = 0;
         read_through = false;
       }
-      for (; exists && at < page; ++at) {
+      for (; at < page; ++at) {
         exists = read_through ? reader->next_page() : reader->skip_page();
         read_through = false;
         if (!exists) break;
       }
       if (exists) {
         result.spool = std::make_unique<SpoolSink>();
-        screen_page(job, *reader, *result.spool, result.totals, &board.stop);
+        result.totals = screen_page(job, *reader, *result.spool, &board.stop);
         read_through = true;
       }
     } catch (...) {
       result.error = std::current_exception();
     }
+    const bool failed = result.error != nullptr;
     std::unique_lock<std::mutex> lock(board.mutex);
-    if (!exists) {
-      board.end = std::min(board.end, at + 1);
-    } else {
-      result.done = true;
+    if (exists)
       board.pages[page] = std::move(result);
-    }
+    else
+      board.end = std::min(board.end, at + 1);
     board.changed.notify_all();
-    if (!exists || board.pages[page].error) return;
+    if (!exists || failed) return;
     board.changed.wait(lock, [&] {
       return board.stop || board.handed >= board.end || board.handed < board.written + board.ahead;
     });
     if (board.stop || board.handed >= board.end) return;
     page = board.handed++;
-    board.pages[page];
   }
-}
-
-void add(ScreenTotals& totals, ScreenTotals const& page) {
-  totals.pages += page.pages;
-  totals.bands += page.bands;
-  totals.pixels += page.pixels;
-  totals.seconds += page.seconds;
-  totals.last = page.last;
 }
 
 }  // namespace
@@ -385,8 +378,6 @@ ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
   PageBoard board;
   board.ahead = 2 * std::uint64_t{workers};
   board.handed = 2;
-  board.pages[0];
-  board.pages[1];
   std::vector<std::thread> threads;
   struct Join {
     PageBoard& board;
@@ -403,7 +394,6 @@ ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
   for (unsigned w = 2; w < workers; ++w) {
     std::unique_lock<std::mutex> lock(board.mutex);
     const std::uint64_t page = board.handed++;
-    board.pages[page];
     lock.unlock();
     threads.emplace_back(page_worker, std::ref(board), std::cref(page_job), std::cref(open),
                          nullptr, page);
@@ -417,13 +407,11 @@ ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
     PageBoard::Page done;
     {
       std::unique_lock<std::mutex> lock(board.mutex);
-      board.changed.wait(lock, [&] {
-        const auto it = board.pages.find(page);
-        return page >= board.end || (it != board.pages.end() && it->second.done);
-      });
+      board.changed.wait(lock, [&] { return page >= board.end || board.pages.count(page) != 0; });
       if (page >= board.end) break;
-      done = std::move(board.pages[page]);
-      board.pages.erase(page);
+      const auto it = board.pages.find(page);
+      done = std::move(it->second);
+      board.pages.erase(it);
     }
     if (done.error) std::rethrow_exception(done.error);  // `join` halts the others
     done.spool->replay(out);

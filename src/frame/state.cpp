@@ -5,8 +5,12 @@
 #include <new>
 
 #if defined(_WIN32)
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
+#endif
 #include <windows.h>
 #elif defined(__unix__) || defined(__APPLE__)
 #include <sys/mman.h>
