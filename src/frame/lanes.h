@@ -79,7 +79,9 @@ inline Lanes at_most(Lanes v, std::int32_t limit) { return v <= static_cast<std:
 inline Lanes above(Lanes v, std::int32_t limit) { return v > static_cast<std::int16_t>(limit); }
 inline Lanes dot_code(Lanes dot) { return dot & 1; }
 inline Lanes ones_if(Lanes bit) { return -bit; }
-inline Lanes blend(Lanes mask, Lanes a, Lanes b) { return (a & mask) | (b & ~mask); }
+// a where the mask is all ones, else b: one blend instruction where the
+// processor has one (SSE4.1, AVX2), masks otherwise.
+inline Lanes blend(Lanes mask, Lanes a, Lanes b) { return mask ? a : b; }
 
 inline Lanes wrap16(Lanes v) { return v; }
 
@@ -93,7 +95,7 @@ inline Lanes sub16(Lanes a, Lanes b) {
   return reinterpret_cast<Lanes>(reinterpret_cast<LanesU16>(a) - reinterpret_cast<LanesU16>(b));
 }
 inline Lanes less_if_above(Lanes v, std::int32_t limit, std::int32_t k) {
-  return v - (above(v, limit) & static_cast<std::int16_t>(k));
+  return blend(above(v, limit), sub16(v, splat<Lanes>(k)), v);
 }
 // A sum kept in a line.
 inline Lanes line_sum(Lanes a, Lanes b) { return add16(a, b); }
@@ -121,7 +123,7 @@ inline Lanes clamp(Lanes v, std::int16_t low, std::int16_t high) {
 }
 
 inline Lanes select_at_most(Lanes v, std::int32_t limit, Lanes at_most_, Lanes above_) {
-  return blend(at_most(v, limit), at_most_, above_);
+  return blend(above(v, limit), above_, at_most_);  // one compare: above needs no inversion
 }
 
 template <class Table>
@@ -283,6 +285,18 @@ inline Lanes mul_high(Lanes e) {
 #else
   using Wide = std::int32_t __attribute__((vector_size(32)));
   return __builtin_convertvector((__builtin_convertvector(e, Wide) * kM) >> 16, Lanes);
+#endif
+}
+
+// (e * m) >> 16, rounded down, with a multiplier of each lane's own.
+inline Lanes mul_high(Lanes e, Lanes m) {
+#if defined(__SSE2__)
+  return reinterpret_cast<Lanes>(
+      _mm_mulhi_epi16(reinterpret_cast<__m128i>(e), reinterpret_cast<__m128i>(m)));
+#else
+  using Wide = std::int32_t __attribute__((vector_size(32)));
+  return __builtin_convertvector(
+      (__builtin_convertvector(e, Wide) * __builtin_convertvector(m, Wide)) >> 16, Lanes);
 #endif
 }
 

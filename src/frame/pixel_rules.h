@@ -89,6 +89,15 @@ inline V pick(R r, V c0, V c1, V c2, V c3) {
 struct Part {
   std::int32_t mul;  // the fraction in 16.16 fixed point
   std::int32_t fix;  // -1 where negative errors round up (toward zero)
+
+  // The same part of a 16-bit lane's e as mul_high(e, mul16) + (e & all16)
+  // - sign(e): mul_high(e, 1) is the sign of e (-1 for a negative e), so
+  // none is (1, 0) and all (1, -1); a third is (21846, 0) and two thirds
+  // (-21845, -1), as in third() and two_thirds() for lanes.
+  constexpr std::int16_t mul16() const {
+    return mul == 0x5556 ? 21846 : mul == 0xAAAB ? -21845 : 1;
+  }
+  constexpr std::int16_t all16() const { return mul == 0x10000 || mul == 0xAAAB ? -1 : 0; }
 };
 inline constexpr Part kNone{0, 0}, kThird{0x5556, -1}, kTwoThirds{0xAAAB, -1}, kAll{0x10000, 0};
 inline std::int32_t part_of(std::int32_t e, Part p) {
@@ -99,6 +108,15 @@ inline std::int32_t part_of(std::int32_t e, Part p) {
       static_cast<std::int32_t>(static_cast<std::uint32_t>(e) * static_cast<std::uint32_t>(p.mul));
   return (product >> 16) - ((e >> 31) & p.fix);
 }
+
+#if defined(__GNUC__) || defined(__clang__)
+// The part of each lane's e that the lane's own mul16 and all16 name (Part):
+// from e, a multiply-high and two adds, the same few steps whichever part
+// each lane has.
+inline Lanes part_of(Lanes e, Lanes mul16, Lanes all16) {
+  return mul_high(e, mul16) + ((e & all16) - sign_bit(e));
+}
+#endif
 
 // The tone push: every second pixel's error is pushed by the active curves,
 // curve A at odd columns going right, curve B at even columns going left.

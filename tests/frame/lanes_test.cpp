@@ -59,6 +59,27 @@ TEST(Lanes, SplitsEqualThePlainIntegerSplitsForEveryValue) {
     }
 }
 
+// Each lane its own part, named by a multiplier and a mask: none, a third,
+// two thirds and all side by side, every lane over every 16-bit value.
+TEST(Lanes, PartsNamedLaneByLaneEqualTheOnePlaneParts) {
+  const engine::Part parts[kLanes] = {engine::kNone, engine::kThird, engine::kTwoThirds,
+                                      engine::kAll};
+  for (std::uint32_t shift = 0; shift < kLanes; ++shift) {
+    Lanes mul{}, all{};
+    for (std::uint32_t l = 0; l < kLanes; ++l) {
+      engine::Part const& p = parts[(l + shift) % kLanes];
+      mul[2 * l] = p.mul16();
+      all[2 * l] = p.all16();
+    }
+    for (std::int32_t e = -32768; e <= 32767; ++e) {
+      const Lanes got = engine::part_of(lanes_of(e, e, e, e), mul, all);
+      for (std::uint32_t l = 0; l < kLanes; ++l)
+        ASSERT_EQ(lane(got, l), engine::part_of(e, parts[(l + shift) % kLanes]))
+            << "lane " << l << " of " << e;
+    }
+  }
+}
+
 // The 32-bit lanes, over every value their rules split and beyond.
 TEST(Lanes, WideSplitsEqualThePlainIntegerSplits) {
   struct Case {

@@ -117,6 +117,25 @@ engine::Shares<V> split_thirds(V e, R2 r2) {
                       [&](engine::Part p) { return part_value(p, e, t, tt); });
 }
 
+#if defined(__GNUC__) || defined(__clang__)
+// Lanes: each side's part is picked for each lane from r2 as a multiplier
+// and a mask (engine::part_of for lanes), before e is known.
+template <Dir D, Role R>
+engine::Shares<Lanes> split_thirds(Lanes e, Lanes r2) {
+  ThirdsCase const* c = kThirdsCases<D, R>;
+  const auto pick_of = [&](auto field) {
+    return engine::pick(r2, splat<Lanes>(field(c[0])), splat<Lanes>(field(c[1])),
+                        splat<Lanes>(field(c[2])), splat<Lanes>(field(c[3])));
+  };
+  const auto side = [&](auto part) {
+    return engine::part_of(e, pick_of([&](ThirdsCase const& k) { return part(k).mul16(); }),
+                           pick_of([&](ThirdsCase const& k) { return part(k).all16(); }));
+  };
+  return {side([](ThirdsCase const& k) { return k.ahead; }),
+          side([](ThirdsCase const& k) { return k.below; })};
+}
+#endif
+
 // One plane, whose chain is what counts. The dot test gives one of two
 // errors, the value (at most 128) or the value - 255, pushed by `push`
 // (0-255, so that neither leaves the 16-bit range), and r2 names each side's
@@ -152,7 +171,10 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
       const std::int32_t push = engine::tone_push<D>(std::int32_t{0}, px, curves);
       return split_thirds_one_plane<D, R, false>(v, push, rng);
     } else {
-      e = engine::tone_push<D>(e, px, curves);
+      // The push is added to both errors the dot test chooses between,
+      // which keeps it off the chain from the value to the error.
+      const V push = engine::tone_push<D>(V{}, px, curves);
+      e = select_at_most(v, 128, add16(v, push), add16(v, sub16(push, splat<V>(255))));
       if constexpr (R == Role::RowEnd) return {V{}, two_thirds(e)};
       return split_thirds<D, R>(e, rng.two_bits());
     }
@@ -256,10 +278,12 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
       const std::int32_t ahead = engine::part_of(e, kConservingAhead<R>[rng.bit()]);
       return {ahead, e - ahead};
     } else {
+      // The same, the part picked lane by lane from the bit.
       const V one = ones_if(rng.bit());
-      const V t = third(e), rest = e - t;
-      if constexpr (R == Role::LastInner) return {t & ~one, (e & one) | (rest & ~one)};
-      return {(e & one) | (t & ~one), rest & ~one};
+      constexpr engine::Part k0 = kConservingAhead<R>[0], k1 = kConservingAhead<R>[1];
+      const V ahead = engine::part_of(e, blend(one, splat<V>(k1.mul16()), splat<V>(k0.mul16())),
+                                      blend(one, splat<V>(k1.all16()), splat<V>(k0.all16())));
+      return {ahead, e - ahead};
     }
   }
 };
