@@ -37,6 +37,10 @@ inline std::int32_t lookup(std::int32_t const* table, std::uint32_t i) { return 
 // All ones when `bit` (0 or 1) is set.
 inline std::int32_t ones_if(std::uint32_t bit) { return -static_cast<std::int32_t>(bit); }
 inline std::int32_t less_one(std::int32_t v) { return v - 1; }
+// a where the mask is all ones, else b.
+inline std::int32_t blend(std::int32_t mask, std::int32_t a, std::int32_t b) {
+  return (a & mask) | (b & ~mask);
+}
 inline std::int32_t clamp(std::int32_t v, std::int32_t low, std::int32_t high) {
   return v < low ? low : v > high ? high : v;
 }
@@ -159,7 +163,7 @@ inline Lanes32 at_most(Lanes32 v, std::int32_t limit) { return v <= limit; }
 inline Lanes32 above(Lanes32 v, std::int32_t limit) { return v > limit; }
 inline Lanes32 dot_code(Lanes32 dot) { return dot & 1; }
 inline Lanes32 ones_if(Lanes32 bit) { return -bit; }
-inline Lanes32 blend(Lanes32 mask, Lanes32 a, Lanes32 b) { return (a & mask) | (b & ~mask); }
+inline Lanes32 blend(Lanes32 mask, Lanes32 a, Lanes32 b) { return mask ? a : b; }
 inline Lanes32 select_at_most(Lanes32 v, std::int32_t limit, Lanes32 at_most_, Lanes32 above_) {
   return blend(at_most(v, limit), at_most_, above_);
 }

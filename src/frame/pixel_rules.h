@@ -70,15 +70,13 @@ inline DoubleLanes quantise_double(DoubleLanes v, std::uint32_t x, LaneOut& out)
 inline Masks64 flip(Masks64 mask) { return ~mask; }
 #endif
 
-// Picks entry r (0-3) of a four-case rule table with masks, no branch and no
-// memory round trip.
+// Picks entry r (0-3) of a four-case rule table with masks (blend), no
+// branch and no memory round trip.
 template <class R, class V>
 inline V pick(R r, V c0, V c1, V c2, V c3) {
   const V odd = ones_if(r & 1);
   const V high = ones_if((r >> 1) & 1);
-  const V low_pair = (c0 & ~odd) | (c1 & odd);
-  const V high_pair = (c2 & ~odd) | (c3 & odd);
-  return (low_pair & ~high) | (high_pair & high);
+  return blend(high, blend(odd, c3, c2), blend(odd, c1, c0));
 }
 
 // A part of a 16-bit error (none, a third, two thirds, all), truncated
