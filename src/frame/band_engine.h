@@ -247,6 +247,8 @@ struct PolicyBase {
   void plan_draws(std::uint32_t /*planes*/, std::uint32_t /*width*/, std::uint32_t /*height*/,
                   FeedbackRandom& /*rng*/) {}
   void begin_plane(std::uint32_t /*plane*/) {}
+  // After the plane's last row: state kept in the policy goes back to its home.
+  void end_plane(std::uint32_t /*plane*/) {}
   // Lane rules: planes [plane, plane + count) are screened side by side.
   void begin_lanes(std::uint32_t /*plane*/, std::uint32_t /*count*/) {}
   Dir begin_row(std::uint32_t /*plane*/, std::uint32_t r) { return (r & 1u) ? Dir::Rtl : Dir::Ltr; }
@@ -586,6 +588,8 @@ class BandEngine {
         });
       }
     }
+    e0.policy_.end_plane(p0);
+    e1.policy_.end_plane(p1);
   }
 
   template <Dir D, Role Body, Role End>
@@ -648,6 +652,7 @@ class BandEngine {
     begin(a, carry, p);
     for (std::uint32_t r = 0; r < height_; ++r)
       scan_row(row_of(a, b, carry, p, r), policy_.begin_row(p, r), r + 1 == height_, rng);
+    policy_.end_plane(p);
   }
 
   // Row 0 of a band always sits in line A, row 1 in line B and so on,

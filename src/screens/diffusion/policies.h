@@ -296,7 +296,10 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
 // 6-12, and its final pixel does not step the counter.
 struct CounterDriven : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{0, 0, 0, 0};  // each plane its own cycle
-  PlaneCycle* cycle = nullptr;
+  // The plane's cycle is stepped here, in the policy, and handed back to the
+  // screen state after the plane: planes screened at once on several threads
+  // then never write to one cache line pixel by pixel.
+  PlaneCycle cycle{};
 
   static std::vector<PlaneCycle>& cycles() { return state().cycles; }
 
@@ -305,12 +308,13 @@ struct CounterDriven : engine::PolicyBase<std::int16_t> {
     if (cycles().size() < control.planes) cycles().resize(control.planes);
   }
 
-  void begin_plane(std::uint32_t plane) { cycle = &cycles()[plane]; }
+  void begin_plane(std::uint32_t plane) { cycle = cycles()[plane]; }
+  void end_plane(std::uint32_t plane) { cycles()[plane] = cycle; }
 
   Dir begin_row(std::uint32_t, std::uint32_t) {
-    if (cycle->counter > 12) cycle->counter = 0;
-    const Dir dir = cycle->right_to_left ? Dir::Rtl : Dir::Ltr;
-    cycle->right_to_left = !cycle->right_to_left;
+    if (cycle.counter > 12) cycle.counter = 0;
+    const Dir dir = cycle.right_to_left ? Dir::Rtl : Dir::Ltr;
+    cycle.right_to_left = !cycle.right_to_left;
     return dir;
   }
 
@@ -318,9 +322,9 @@ struct CounterDriven : engine::PolicyBase<std::int16_t> {
   Shares pixel(std::int16_t v, Pixel px, Out& out, FeedbackRandom&) {
     const std::int32_t e = quantise<false>(v, px, out);
     if constexpr (R == Role::LastEnd) return {0, 0};
-    std::int32_t c = cycle->counter + 1;
+    std::int32_t c = cycle.counter + 1;
     c = c > 12 ? 0 : c;
-    cycle->counter = c;
+    cycle.counter = c;
     if constexpr (R == Role::RowEnd) return {0, c < 6 ? e : 0};
     if constexpr (R == Role::LastInner) return {c < 6 ? 0 : e, c < 6 ? e : 0};
     return {c > 6 ? e : 0, c > 6 ? 0 : e};
