@@ -27,6 +27,20 @@ constexpr std::uint32_t plane_run_start(std::uint32_t planes, std::uint32_t runs
   return static_cast<std::uint32_t>(std::uint64_t{planes} * k / runs);
 }
 
+// The threads a call of `pixels` pixels (planes counted) is worth, of the
+// `threads` allowed, where a run needs `pixels_a_run` pixels to pay for its
+// thread: starting and joining one costs some 50-100 microseconds, as much
+// as the threshold screens take for a 64-row band of four A4 planes.
+constexpr unsigned threads_worth(unsigned threads, std::uint64_t pixels,
+                                 std::uint64_t pixels_a_run) {
+  const std::uint64_t runs = pixels / pixels_a_run;
+  return runs >= threads ? threads : runs < 1 ? 1u : static_cast<unsigned>(runs);
+}
+
+// Pixels a run of a threshold screen (some 30 000 MP/s) needs to pay for a
+// thread: about a millisecond of work.
+inline constexpr std::uint64_t kThresholdPixelsARun = std::uint64_t{32} << 20;
+
 // Calls screen_run(first, end) for every run [first, end) of planes. The
 // first exception any run throws is rethrown once every run has ended.
 template <class ScreenRun>

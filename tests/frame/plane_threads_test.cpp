@@ -38,6 +38,21 @@ TEST(PlaneThreads, EveryPlaneOnceWithTheCallersState) {
   }
 }
 
+// A thread only where its run has the pixels to pay for it; never fewer
+// than one run, never more than allowed.
+TEST(PlaneThreads, ThreadsOnlyWhereTheWorkPaysForThem) {
+  struct Case {
+    unsigned threads;
+    std::uint64_t pixels, pixels_a_run;
+    unsigned worth;
+  };
+  for (Case c : {Case{2, 1000, 1000, 1}, Case{2, 1999, 1000, 1}, Case{2, 2000, 1000, 2},
+                 Case{4, 3000, 1000, 3}, Case{2, 0, 1000, 1}, Case{1, 1u << 30, 1, 1},
+                 Case{0, 1u << 30, 1, 0}})
+    EXPECT_EQ(threads_worth(c.threads, c.pixels, c.pixels_a_run), c.worth)
+        << c.threads << " threads, " << c.pixels << " pixels";
+}
+
 TEST(PlaneThreads, AFailureInAnyRunReachesTheCaller) {
   for (std::uint32_t failing : {0u, 2u}) {
     auto run = [&](std::uint32_t first, std::uint32_t) {

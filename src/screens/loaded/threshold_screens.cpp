@@ -97,7 +97,9 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
   auto const& out = call.out;
   if (width == 0) return 0;
   auto const& matrix = stores().ThresholdMatrix8;
-  for_plane_runs(static_cast<std::uint32_t>(planes), state().threads,
+  const unsigned threads =
+      threads_worth(state().threads, std::uint64_t{width} * height * planes, kThresholdPixelsARun);
+  for_plane_runs(static_cast<std::uint32_t>(planes), threads,
                  [&](std::uint32_t first, std::uint32_t end) {
                    // Row after row across the run's planes: the source is
                    // read in the order it is stored.

@@ -47,7 +47,9 @@ int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32
   if (planes == 0 || width == 0) return 0;
   ThresholdRing rows[16];
   for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(dither_matrix() + r * 16u, 16);
-  for_plane_runs(static_cast<std::uint32_t>(planes), state().threads,
+  const unsigned threads =
+      threads_worth(state().threads, std::uint64_t{width} * height * planes, kThresholdPixelsARun);
+  for_plane_runs(static_cast<std::uint32_t>(planes), threads,
                  [&](std::uint32_t first, std::uint32_t end) {
                    // Row after row across the run's planes: the source is
                    // read in the order it is stored.
