@@ -63,8 +63,11 @@ struct HalvesSpread {
       const V t = third(e), tt = two_thirds(e);
       return {pick(r, tt, e, t, none), pick(r, t, none, tt, e)};
     }
+    // pick(r, h, none, h, e) and pick(r, h, e, h, none), with the half, the
+    // last value to be ready, chosen last.
     const V h = half(e);
-    return {pick(r, h, none, h, e), pick(r, h, e, h, none)};
+    const V odd = ones_if(r & 1), high = ones_if((r >> 1) & 1);
+    return {blend(odd, e & high, h), blend(odd, e & ~high, h)};
   }
 };
 
@@ -81,7 +84,7 @@ struct ThirdSplit {
   static engine::Shares<V> spread(V e, Rng& rng) {
     const V t = third(e), rest = e - t;
     const V one = ones_if(rng.bit());  // a noise bit: masks, no branch
-    return {(rest & one) | (t & ~one), (t & one) | (rest & ~one)};
+    return {blend(one, rest, t), blend(one, t, rest)};
   }
 };
 
