@@ -110,11 +110,11 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
       // All ones where the split is in thirds; the noise bit picks by mask.
       const V thirds = ones_if(rng.bit());
       if constexpr (D == Dir::Ltr) {
-        const V down = (engine::third(e) & thirds) | (engine::three_quarters(e) & ~thirds);
+        const V down = blend(thirds, engine::third(e), engine::three_quarters(e));
         return {e - down, down};
       } else {
         if (px.x & 1u) e += lookup(curves.a, px.s);
-        const V along = (engine::two_thirds(e) & thirds) | (engine::quarter(e) & ~thirds);
+        const V along = blend(thirds, engine::two_thirds(e), engine::quarter(e));
         return {along, e - along};
       }
     }
