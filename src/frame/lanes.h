@@ -165,7 +165,7 @@ inline Lanes32 dot_code(Lanes32 dot) { return dot & 1; }
 inline Lanes32 ones_if(Lanes32 bit) { return -bit; }
 inline Lanes32 blend(Lanes32 mask, Lanes32 a, Lanes32 b) { return mask ? a : b; }
 inline Lanes32 select_at_most(Lanes32 v, std::int32_t limit, Lanes32 at_most_, Lanes32 above_) {
-  return blend(at_most(v, limit), at_most_, above_);
+  return blend(above(v, limit), above_, at_most_);
 }
 inline Lanes32 less_if_above(Lanes32 v, std::int32_t limit, std::int32_t k) {
   return v - (above(v, limit) & k);

@@ -30,13 +30,15 @@ using engine::Role;
 constexpr std::uint32_t kOffsetTile = 240;
 
 // One bit a pixel: a value of at most 128 is a dot and passes itself on; a
-// lighter value passes on value - 255.
+// lighter value passes on value - 255. Both are pushed by `push` before the
+// dot test picks one, which keeps the push off the chain (the sums are 32-bit
+// and never wrap).
 struct OneBitDot {
   static constexpr unsigned kBits = 1;
   template <class V, class Px, class Out>
-  V operator()(V v, Px const& px, Out& out) const {
+  V operator()(V v, Px const& px, Out& out, V push) const {
     out.put(px.x, dot_code(at_most(v, 128)));
-    return less_if_above(v, 128, 255);
+    return select_at_most(v, 128, v + push, v + (push - 255));
   }
 };
 
@@ -95,14 +97,18 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
 #endif
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
-    V e = quantise(v + static_cast<V>(px.s), px, out);
+    // The noise: curve B at even columns going right (matrix splits only),
+    // curve A at odd columns going left. Where there is none, the push is a
+    // plain 0 that the compiler drops.
+    const V sum = v + static_cast<V>(px.s);
+    const bool pushed = D == Dir::Ltr ? kMatrix && !(px.x & 1u) : (px.x & 1u) != 0;
+    const V e = pushed ? quantise(sum, px, out, lookup(D == Dir::Ltr ? curves.b : curves.a, px.s))
+                       : quantise(sum, px, out, V{});
     if constexpr (kMatrix) {
       if constexpr (D == Dir::Ltr) {
-        if (!(px.x & 1u)) e += lookup(curves.b, px.s);
         const V down = engine::third(e);
         return {e - down, down};
       } else {
-        if (px.x & 1u) e += lookup(curves.a, px.s);
         const V along = engine::two_thirds(e);
         return {along, e - along};
       }
@@ -113,7 +119,6 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
         const V down = blend(thirds, engine::third(e), engine::three_quarters(e));
         return {e - down, down};
       } else {
-        if (px.x & 1u) e += lookup(curves.a, px.s);
         const V along = blend(thirds, engine::two_thirds(e), engine::quarter(e));
         return {along, e - along};
       }
@@ -130,10 +135,10 @@ struct FourLevelCodes {
 
   static constexpr unsigned kBits = 2;
   template <class V, class Px, class Out>
-  V operator()(V v, Px const& px, Out& out) const {
+  V operator()(V v, Px const& px, Out& out, V push) const {
     const DecisionOf<V> d = cascade.decide_any(V(wrap16(v)), static_cast<V>(px.s));
     out.put(px.x, d.code);
-    return d.e;
+    return d.e + push;
   }
 };
 
