@@ -186,12 +186,16 @@ void check_page_size(Input const& in, std::uint64_t width, std::uint64_t height)
 }  // namespace detail
 
 bool Reader::skip_page() {
+  skip_rows(shape_.height);
+  return next_page();
+}
+
+void Reader::skip_rows(std::uint32_t rows) {
   constexpr std::uint32_t kRows = 16;
   const std::size_t stride = shape_.width;
-  std::vector<unsigned char> rows(stride * kRows * shape_.planes);
-  for (std::uint32_t y = 0; y < shape_.height; y += kRows)
-    read_rows(rows.data(), stride, std::min(kRows, shape_.height - y));
-  return next_page();
+  std::vector<unsigned char> some(stride * std::min(kRows, rows) * shape_.planes);
+  for (std::uint32_t y = 0; y < rows; y += kRows)
+    read_rows(some.data(), stride, std::min(kRows, rows - y));
 }
 
 namespace {

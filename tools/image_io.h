@@ -57,6 +57,12 @@ class Reader {
   // false when there is none. Readers that can skip a page's data without
   // decoding it do; the others read its rows.
   virtual bool skip_page();
+  // Passes over the next `rows` rows of the current page. Readers that can
+  // seek past them do; the others read them.
+  virtual void skip_rows(std::uint32_t rows);
+  // Whether rows are read as they are asked for; false where the reader
+  // holds the page whole (interlaced PNG).
+  virtual bool streams() const { return true; }
 
  protected:
   PageShape shape_;

@@ -103,6 +103,7 @@ class PngReader final : public Reader {
 
   bool next_page() override { return false; }
   bool skip_page() override { return false; }
+  bool streams() const override { return whole_.empty(); }
 
  private:
   // Runs libpng calls that may report an error by jumping back here; the

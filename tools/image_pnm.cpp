@@ -54,10 +54,15 @@ class PnmReader final : public Reader {
   }
 
   bool skip_page() override {
-    if (header_.plain) return Reader::skip_page();
-    if (!in_->skip(raw_.size() * shape_.height)) truncated_at(row_ + 1);
-    row_ = shape_.height;
+    skip_rows(shape_.height - row_);
     return next_page();
+  }
+
+  void skip_rows(std::uint32_t rows) override {
+    if (header_.plain) return Reader::skip_rows(rows);
+    if (rows > shape_.height - row_) in_->fail("read past the last row");
+    if (!in_->skip(std::uint64_t{raw_.size()} * rows)) truncated_at(row_ + 1);
+    row_ += rows;
   }
 
   bool next_page() override {

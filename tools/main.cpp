@@ -49,7 +49,7 @@ void add_screen(CLI::App& app, ScreenOptions& o) {
       ->check(CLI::Range(1u, halftone::image::kMaxSide));
   screen
       ->add_option("--planes", o.planes,
-                   "IN is a grey image of P planes stacked top to bottom (read whole)")
+                   "IN is a grey image of P planes stacked top to bottom (from stdin: read whole)")
       ->check(CLI::Range(1u, 255u));
   screen
       ->add_option("--threads", o.threads,

@@ -217,9 +217,16 @@ int screen_command(ScreenOptions const& o) {
   job.band_height = o.band_height;
   job.progress = !o.quiet;
 
-  const OpenReader open = [&o] {
-    std::unique_ptr<image::Reader> reader = image::open_reader(o.input);
-    if (o.planes > 1) reader = std::make_unique<StackedPlanes>(std::move(reader), o.planes);
+  // Stacked planes are read a reader a plane where the input can be opened
+  // again (a regular file).
+  std::error_code error;
+  const bool reopens = o.input != "-" && fs::is_regular_file(o.input, error);
+  const OpenReader open_input = [&o] { return image::open_reader(o.input); };
+  const OpenReader open = [&] {
+    std::unique_ptr<image::Reader> reader = open_input();
+    if (o.planes > 1)
+      reader = std::make_unique<StackedPlanes>(std::move(reader), o.planes,
+                                               reopens ? open_input : OpenReader{});
     return reader;
   };
   std::unique_ptr<image::Reader> reader = open();

@@ -427,13 +427,20 @@ ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
   return totals;
 }
 
-StackedPlanes::StackedPlanes(std::unique_ptr<image::Reader> inner, std::uint32_t planes)
-    : inner_(std::move(inner)), planes_(planes) {
-  load();
+StackedPlanes::StackedPlanes(std::unique_ptr<image::Reader> inner, std::uint32_t planes,
+                             OpenReader const& open)
+    : planes_(planes) {
+  const bool apart = open && inner->streams();
+  readers_.push_back(std::move(inner));
+  if (apart)
+    for (std::uint32_t p = 1; p < planes_; ++p) readers_.push_back(open());
+  start_page();
 }
 
-void StackedPlanes::load() {
-  image::PageShape const& stacked = inner_->shape();
+// Checks the page's shape; then either places plane p's reader at row p *
+// height or reads the page whole.
+void StackedPlanes::start_page() {
+  image::PageShape const& stacked = readers_[0]->shape();
   if (stacked.planes != 1)
     throw ToolError("--planes stacks grey planes; the input already has " +
                     std::to_string(stacked.planes));
@@ -441,16 +448,32 @@ void StackedPlanes::load() {
     throw ToolError("the input is " + std::to_string(stacked.height) +
                     " rows high, not a whole number of " + std::to_string(planes_) +
                     " stacked planes");
-  page_.resize(std::size_t{stacked.width} * stacked.height);
-  inner_->read_rows(page_.data(), stacked.width, stacked.height);
   shape_ = stacked;
   shape_.height = stacked.height / planes_;
   shape_.planes = planes_;
   row_ = 0;
+  if (readers_.size() == 1) {
+    page_.resize(std::size_t{stacked.width} * stacked.height);
+    readers_[0]->read_rows(page_.data(), stacked.width, stacked.height);
+    return;
+  }
+  for (std::uint32_t p = 1; p < planes_; ++p) {
+    image::PageShape const& own = readers_[p]->shape();
+    if (own.width != stacked.width || own.height != stacked.height || own.planes != 1)
+      throw ToolError("the input changed while it was read");
+    readers_[p]->skip_rows(p * shape_.height);
+  }
 }
 
 void StackedPlanes::read_rows(unsigned char* out, std::size_t stride, std::uint32_t rows) {
   const std::size_t width = shape_.width;
+  if (readers_.size() > 1) {
+    // Plane p's rows land every `planes_` rows, from row p.
+    for (std::uint32_t p = 0; p < planes_; ++p)
+      readers_[p]->read_rows(out + p * stride, stride * planes_, rows);
+    row_ += rows;
+    return;
+  }
   for (std::uint32_t r = 0; r < rows; ++r, ++row_)
     for (std::uint32_t p = 0; p < planes_; ++p)
       std::memcpy(out + (std::size_t{r} * planes_ + p) * stride,
@@ -458,8 +481,19 @@ void StackedPlanes::read_rows(unsigned char* out, std::size_t stride, std::uint3
 }
 
 bool StackedPlanes::next_page() {
-  if (!inner_->next_page()) return false;
-  load();
+  if (readers_.size() > 1) {
+    // Each reader passes over the planes below its own.
+    for (std::uint32_t p = 0; p < planes_; ++p) {
+      readers_[p]->skip_rows((planes_ - 1 - p) * shape_.height + shape_.height - row_);
+      if (!readers_[p]->next_page()) {
+        if (p == 0) return false;
+        throw ToolError("the input changed while it was read");
+      }
+    }
+  } else if (!readers_[0]->next_page()) {
+    return false;
+  }
+  start_page();
   return true;
 }
 

@@ -108,19 +108,23 @@ ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
                                   PageSink& out);
 
 // Serves an image of `planes` grey planes stacked top to bottom as
-// line-interleaved planes. Reads each page whole.
+// line-interleaved planes. Where `open` can open the input afresh (a
+// regular file) and the input streams its rows, each plane has a reader of
+// its own, placed at the plane's first row, so that the memory taken does
+// not grow with the page; otherwise (standard input, interlaced PNG) each
+// page is read whole.
 class StackedPlanes final : public image::Reader {
  public:
-  StackedPlanes(std::unique_ptr<image::Reader> inner, std::uint32_t planes);
-  char const* format() const override { return inner_->format(); }
+  StackedPlanes(std::unique_ptr<image::Reader> inner, std::uint32_t planes, OpenReader const& open);
+  char const* format() const override { return readers_[0]->format(); }
   void read_rows(unsigned char* out, std::size_t stride, std::uint32_t rows) override;
   bool next_page() override;
 
  private:
-  void load();
-  std::unique_ptr<image::Reader> inner_;
+  void start_page();
+  std::vector<std::unique_ptr<image::Reader>> readers_;  // one, or one a plane
   std::uint32_t planes_;
-  std::vector<unsigned char> page_;
+  std::vector<unsigned char> page_;  // with one reader: the page, whole
   std::uint32_t row_ = 0;
 };
 

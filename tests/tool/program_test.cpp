@@ -221,6 +221,40 @@ TEST_F(Program, PagesAtOnceGiveThePagesInTurn) {
   }
 }
 
+// Stacked planes read from a file, a reader a plane placed at the plane's
+// rows, give what the same input gives read whole from standard input:
+// seeking (binary PGM), reading past rows (plain PGM, TIFF), pages of
+// different sizes, and a page that does not divide into the planes.
+TEST_F(Program, StackedPlanesReadApartGiveWhatAPageReadWholeGives) {
+  write("pages.pgm", pgm(37, 3 * 21) + pgm(20, 3 * 5) + pgm(37, 3 * 2));
+  std::string plain = "P2\n9 12\n255\n";
+  for (int i = 0; i < 9 * 12; ++i)
+    plain += std::to_string(i * 29 % 256) + (i % 9 == 8 ? "\n" : " ");
+  write("plain.pgm", plain);
+  Bytes grey(29 * 33);
+  for (std::size_t i = 0; i < grey.size(); ++i) grey[i] = static_cast<unsigned char>(i * 11);
+  tiff(at("pages.tif"), {{29, 33, PHOTOMETRIC_MINISBLACK, 8, 1, false, false, grey},
+                         {29, 33, PHOTOMETRIC_MINISBLACK, 8, 1, false, true, grey}});
+  write("uneven.pgm", pgm(10, 3 * 4) + pgm(10, 7));
+  const std::string id = registry_screen(1)->id;
+  for (std::string const in : {"pages.pgm", "plain.pgm", "pages.tif", "uneven.pgm"}) {
+    SCOPED_TRACE(in);
+    Result runs[2];
+    std::string outputs[2];
+    for (int i = 0; i < 2; ++i) {
+      runs[i] = run({"screen", id, i == 0 ? "-" : at(in), at("out.raw"), "--planes", "3",
+                     "--band-height", "4", "--seed-time", "5", "-q"},
+                    i == 0 ? at(in) : "");
+      outputs[i] = slurp(dir / "out.raw");
+      fs::remove(dir / "out.raw");
+    }
+    EXPECT_EQ(runs[1].status, runs[0].status);
+    EXPECT_EQ(runs[1].err, runs[0].err);
+    EXPECT_EQ(outputs[1], outputs[0]);
+    EXPECT_EQ(outputs[0].empty(), in == "uneven.pgm") << runs[0].err;
+  }
+}
+
 TEST_F(Program, RefusedInputWritesNothing) {
   const std::string in = write("in.pgm", pgm(20, 10));
   write("lie.pgm", "P5\n32768 32768\n255\n");  // 19 bytes declaring 1 GiB
