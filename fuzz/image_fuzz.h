@@ -56,7 +56,8 @@ inline std::vector<Bytes> read_pages(image::Reader& reader, std::uint64_t budget
 // The bytes as a file named by path, or as a stream the caller keeps open.
 // A refused file is fine; anything else that escapes is not. In a file,
 // passing over pages (as the program's page threads do) lands on the page
-// that reading through them reaches.
+// that reading through them reaches, and passing over a page's first rows
+// (as stacked planes do) on the rows that reading through them reaches.
 inline void read_any(Scratch const& scratch, std::uint8_t const* data, std::size_t size,
                      bool as_stream) {
   std::FILE* stream = nullptr;
@@ -83,6 +84,24 @@ inline void read_any(Scratch const& scratch, std::uint8_t const* data, std::size
       check(read_page(*again, static_cast<int>(k)) == pages[k], "a page after pages passed over");
     } catch (image::Error const& e) {
       fail("pages read through could not be passed over", e.what());
+    }
+  }
+  for (std::size_t k = 0; !path.empty() && k < pages.size(); ++k) {
+    try {
+      auto again = image::open_reader(path);
+      for (std::size_t j = 0; j < k; ++j) again->skip_page();
+      image::PageShape const shape = again->shape();
+      const std::uint32_t passed =
+          std::min(shape.height, (shape.height * 2 + static_cast<std::uint32_t>(k)) / 3);
+      again->skip_rows(passed);
+      const std::size_t row = std::size_t{shape.width} * shape.planes;
+      Bytes rest(row * (shape.height - passed));
+      again->read_rows(rest.data(), shape.width, shape.height - passed);
+      check(rest ==
+                Bytes(pages[k].begin() + static_cast<std::ptrdiff_t>(row * passed), pages[k].end()),
+            "rows after rows passed over");
+    } catch (image::Error const& e) {
+      fail("rows read through could not be passed over", e.what());
     }
   }
 }
