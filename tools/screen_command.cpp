@@ -131,13 +131,17 @@ std::vector<std::pair<std::string, std::string>> job_keys(ScreenOptions const& o
   return keys;
 }
 
-// Pages can be screened at once where the input can be read twice over (a
-// regular file) and no state runs on from page to page outside the pages'
-// jobs (the utilities share one generator for the life of the process).
-bool pages_at_once(halftone_screen_info const& info, std::string const& input) {
+// Whether the input can be opened again and read twice over (a regular file).
+bool opens_again(std::string const& input) {
   std::error_code error;
-  return input != "-" && fs::is_regular_file(input, error) &&
-         std::strcmp(info.family, "utilities") != 0;
+  return input != "-" && fs::is_regular_file(input, error);
+}
+
+// Pages can be screened at once where the input opens again and no state
+// runs on from page to page outside the pages' jobs (the utilities share one
+// generator for the life of the process).
+bool pages_at_once(halftone_screen_info const& info, std::string const& input) {
+  return opens_again(input) && std::strcmp(info.family, "utilities") != 0;
 }
 
 image::Format output_format(ScreenOptions const& o, halftone_screen_info const& info) {
@@ -217,10 +221,8 @@ int screen_command(ScreenOptions const& o) {
   job.band_height = o.band_height;
   job.progress = !o.quiet;
 
-  // Stacked planes are read a reader a plane where the input can be opened
-  // again (a regular file).
-  std::error_code error;
-  const bool reopens = o.input != "-" && fs::is_regular_file(o.input, error);
+  // Stacked planes are read a reader a plane where the input opens again.
+  const bool reopens = opens_again(o.input);
   const OpenReader open_input = [&o] { return image::open_reader(o.input); };
   const OpenReader open = [&] {
     std::unique_ptr<image::Reader> reader = open_input();

@@ -87,17 +87,19 @@ inline V pick(R r, V c0, V c1, V c2, V c3) {
 struct Part {
   std::int32_t mul;  // the fraction in 16.16 fixed point
   std::int32_t fix;  // -1 where negative errors round up (toward zero)
-
-  // The same part of a 16-bit lane's e as mul_high(e, mul16) + (e & all16)
-  // - sign(e): mul_high(e, 1) is the sign of e (-1 for a negative e), so
-  // none is (1, 0) and all (1, -1); a third is (21846, 0) and two thirds
-  // (-21845, -1), as in third() and two_thirds() for lanes.
-  constexpr std::int16_t mul16() const {
-    return mul == 0x5556 ? 21846 : mul == 0xAAAB ? -21845 : 1;
-  }
-  constexpr std::int16_t all16() const { return mul == 0x10000 || mul == 0xAAAB ? -1 : 0; }
 };
 inline constexpr Part kNone{0, 0}, kThird{0x5556, -1}, kTwoThirds{0xAAAB, -1}, kAll{0x10000, 0};
+
+// The same part of a 16-bit lane's e as mul_high(e, mul16(p)) + (e &
+// all16(p)) - sign(e): mul_high(e, 1) is the sign of e (-1 for a negative
+// e), so none is (1, 0) and all (1, -1); a third is (21846, 0) and two
+// thirds (-21845, -1), as in third() and two_thirds() for lanes.
+constexpr std::int16_t mul16(Part p) {
+  return p.mul == kThird.mul ? 21846 : p.mul == kTwoThirds.mul ? -21845 : 1;
+}
+constexpr std::int16_t all16(Part p) {
+  return p.mul == kAll.mul || p.mul == kTwoThirds.mul ? -1 : 0;
+}
 inline std::int32_t part_of(std::int32_t e, Part p) {
   // Unsigned, so that a row's unwrapped first run (engine::BandEngine), run
   // again where its values leave the 16-bit range, wraps instead of
@@ -108,7 +110,7 @@ inline std::int32_t part_of(std::int32_t e, Part p) {
 }
 
 #if defined(__GNUC__) || defined(__clang__)
-// The part of each lane's e that the lane's own mul16 and all16 name (Part):
+// The part of each lane's e that the lane's own mul16 and all16 name:
 // from e, a multiply-high and two adds, the same few steps whichever part
 // each lane has.
 inline Lanes part_of(Lanes e, Lanes mul16, Lanes all16) {

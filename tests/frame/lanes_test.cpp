@@ -68,8 +68,8 @@ TEST(Lanes, PartsNamedLaneByLaneEqualTheOnePlaneParts) {
     Lanes mul{}, all{};
     for (std::uint32_t l = 0; l < kLanes; ++l) {
       engine::Part const& p = parts[(l + shift) % kLanes];
-      mul[2 * l] = p.mul16();
-      all[2 * l] = p.all16();
+      mul[2 * l] = engine::mul16(p);
+      all[2 * l] = engine::all16(p);
     }
     for (std::int32_t e = -32768; e <= 32767; ++e) {
       const Lanes got = engine::part_of(lanes_of(e, e, e, e), mul, all);

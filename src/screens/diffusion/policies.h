@@ -128,8 +128,8 @@ engine::Shares<Lanes> split_thirds(Lanes e, Lanes r2) {
                         splat<Lanes>(field(c[2])), splat<Lanes>(field(c[3])));
   };
   const auto side = [&](auto part) {
-    return engine::part_of(e, pick_of([&](ThirdsCase const& k) { return part(k).mul16(); }),
-                           pick_of([&](ThirdsCase const& k) { return part(k).all16(); }));
+    return engine::part_of(e, pick_of([&](ThirdsCase const& k) { return engine::mul16(part(k)); }),
+                           pick_of([&](ThirdsCase const& k) { return engine::all16(part(k)); }));
   };
   return {side([](ThirdsCase const& k) { return k.ahead; }),
           side([](ThirdsCase const& k) { return k.below; })};
@@ -281,8 +281,9 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
       // The same, the part picked lane by lane from the bit.
       const V one = ones_if(rng.bit());
       constexpr engine::Part k0 = kConservingAhead<R>[0], k1 = kConservingAhead<R>[1];
-      const V ahead = engine::part_of(e, blend(one, splat<V>(k1.mul16()), splat<V>(k0.mul16())),
-                                      blend(one, splat<V>(k1.all16()), splat<V>(k0.all16())));
+      const V ahead =
+          engine::part_of(e, blend(one, splat<V>(engine::mul16(k1)), splat<V>(engine::mul16(k0))),
+                          blend(one, splat<V>(engine::all16(k1)), splat<V>(engine::all16(k0))));
       return {ahead, e - ahead};
     }
   }
