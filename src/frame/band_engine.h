@@ -101,44 +101,54 @@ constexpr std::uint32_t out_stride(unsigned bits, std::uint32_t width) {
   return bits == 4 ? dot4_stride(width) : bits == 2 ? dot2_stride(width) : dot_stride(width);
 }
 
+// Packs `count` pixels' codes, a byte each, into an output row, leftmost
+// pixel in the most significant bits. The codes run on as zeros to a whole
+// output byte. Eight one-bit codes (or four two-bit ones) are gathered by one
+// multiply: each code's shift to its place is one of the multiplier's terms,
+// and no two terms' bits meet.
+template <unsigned kBits>
+inline void pack_codes(unsigned char const* codes, std::uint32_t count, unsigned char* row) {
+  constexpr std::uint32_t kPerByte = 8 / kBits;
+  const std::uint32_t bytes = (count + kPerByte - 1) / kPerByte;
+  for (std::uint32_t i = 0; i < bytes; ++i, codes += kPerByte) {
+    std::uint64_t word = 0;
+    for (std::uint32_t k = 0; k < kPerByte; ++k) word |= std::uint64_t{codes[k]} << (8 * k);
+    if constexpr (kBits == 1)
+      row[i] = static_cast<unsigned char>((word * 0x8040201008040201u) >> 56);
+    else if constexpr (kBits == 2)
+      row[i] = static_cast<unsigned char>((static_cast<std::uint32_t>(word) * 0x40100401u) >> 24);
+    else
+      row[i] = static_cast<unsigned char>(word << 4 | word >> 8);
+  }
+}
+
 // The output row being scanned. Pixels arrive one by one in scan order, from
-// `first`; their dots or codes are gathered in a register and stored a whole
-// byte at a time. The output was cleared first, so storing a byte sets
-// exactly the bits its pixels put there and nothing beyond the row's last
-// pixel. The place of the pixel at hand in its byte is kept as a shift that
-// steps with the scan, so that neither needs the column.
+// `first`, and every pixel puts its code (a dot is code 1) once; the codes
+// wait a byte a pixel in `codes` and are packed into the row after its last
+// pixel. The output was cleared first; packing writes the row's bytes and
+// nothing beyond its last pixel's. Kept apart from the scan, the packing
+// takes no step from pixel to pixel.
 template <unsigned kBits>
 class RowOut {
  public:
   static constexpr std::uint32_t kPerByte = 8 / kBits;
-  static constexpr std::uint32_t kLastShift = 8 - kBits;
 
-  RowOut(unsigned char* row, std::uint32_t first)
-      : row_(row), shift_((kPerByte - 1 - first % kPerByte) * kBits) {}
+  // `codes` holds a whole number of output bytes' codes, zero past the row.
+  RowOut(unsigned char* row, std::uint32_t first, unsigned char* codes)
+      : row_(row), codes_(codes), first_(first) {}
 
-  // The pixel at hand gets `code` (a dot is code 1; code 0 leaves it clear).
-  void put(std::uint32_t /*x*/, std::uint32_t code) { gathered_ |= code << shift_; }
+  void put(std::uint32_t x, std::uint32_t code) { codes_[x] = static_cast<unsigned char>(code); }
 
-  // After pixel x: stores the byte when x completes it in scan direction D,
-  // or when x is the row's last pixel.
+  // After pixel x: packs the row once x is its last pixel.
   template <Dir D>
   void after(std::uint32_t x, bool row_end) {
-    const bool completes = D == Dir::Ltr ? shift_ == 0 : shift_ == kLastShift;
-    if (completes || row_end) {
-      row_[x / kPerByte] = static_cast<unsigned char>(gathered_);
-      gathered_ = 0;
-      shift_ = D == Dir::Ltr ? kLastShift : 0;
-    } else if constexpr (D == Dir::Ltr) {
-      shift_ -= kBits;
-    } else {
-      shift_ += kBits;
-    }
+    if (row_end) pack_codes<kBits>(codes_, (D == Dir::Ltr ? x : first_) + 1, row_);
   }
 
  private:
   unsigned char* row_;
-  std::uint32_t shift_;
-  std::uint32_t gathered_ = 0;
+  unsigned char* codes_;
+  std::uint32_t first_;
 };
 
 #if defined(__GNUC__) || defined(__clang__)
@@ -275,7 +285,8 @@ class BandEngine {
         height_(height),
         control_(control),
         src_stride_(source_stride(width)),
-        out_stride_(engine::out_stride(Policy::kBits, width)) {}
+        out_stride_(engine::out_stride(Policy::kBits, width)),
+        codes_(new unsigned char[std::size_t{width} + 8]()) {}
 
   // The lines have been taken for this band (BandLines::try_begin).
   void run(BandLines<T>& lines) {
@@ -613,7 +624,7 @@ class BandEngine {
         const Row r0 = r0_in, r1 = r1_in;
         const std::uint32_t width = e0.width_;
         std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
-        RowOut<Policy::kBits> out0(r0.out, x), out1(r1.out, x);
+        RowOut<Policy::kBits> out0(r0.out, x, e0.codes_.get()), out1(r1.out, x, e1.codes_.get());
         Acc ahead0{}, ahead1{};
         std::uint32_t range = 0;  // unused
         for (std::uint32_t n = width - 1; n != 0; --n) {
@@ -737,7 +748,7 @@ class BandEngine {
   bool scan_values(Policy& policy, Row const& row, Rng& rng) const {
     using Acc = typename Policy::Acc;
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
-    RowOut<Policy::kBits> out(row.out, x);
+    RowOut<Policy::kBits> out(row.out, x, codes_.get());
     Acc ahead{};
     std::uint32_t range = 0;  // every value + 2^15, or'ed: 16 bits while none wraps
     for (std::uint32_t n = width_ - 1; n != 0; --n) {
@@ -800,7 +811,8 @@ class BandEngine {
   ScreenControl control_;
   std::uint32_t src_stride_;
   std::uint32_t out_stride_;
-  std::vector<std::uint32_t> draws_;  // a row's draws, made ahead
+  std::vector<std::uint32_t> draws_;        // a row's draws, made ahead
+  std::unique_ptr<unsigned char[]> codes_;  // a row's codes, before they are packed
 };
 
 // Screens one call of a banded job with `policy` on `lines`. Returns 0, or
