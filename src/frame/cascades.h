@@ -9,6 +9,7 @@
 #pragma once
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "frame/lanes.h"
 #include "frame/layout.h"
@@ -154,21 +155,53 @@ struct BracketedEightLevel {
     return {code, sub16(v, level[code])};
   }
 
-  // Planes in lanes: every range's code follows from s alone; v then picks a
-  // range, innermost first, with selects instead of branches, and the code
-  // its grey.
+  // Planes in lanes: every range's code, and its grey, follow from s alone.
+  // v then picks the first range whose test holds (the last where none
+  // does) with selects instead of branches: neighbouring ranges are merged
+  // in pairs, then pairs of pairs, so that v's tests reach the code and
+  // the grey through three selects rather than one a range.
   template <class V>
   DecisionOf<V> decide_any(V v, V s) const {
-    V code{};
-    for (int i = 7; i >= 0; --i) {
-      Range const& range = kRanges[i];
-      V c = splat<V>(range.otherwise);
-      for (int t = range.count - 1; t >= 0; --t)
-        c = choose(above(s, b[range.tests[t].byte]), splat<V>(range.tests[t].code), c);
-      code = i == 7 ? c : choose(above(v, mid[i]), c, code);
+    V hit[8], code[8], grey[8];
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+      (range_of<static_cast<int>(I)>(v, s, hit[I], code[I], grey[I]), ...);
     }
-    return {code, sub16(v, lookup(level, code))};
+    (std::make_index_sequence<8>{});
+    const auto merge = [&](int i, int j) {
+      code[i] = choose(hit[i], code[i], code[j]);
+      grey[i] = choose(hit[i], grey[i], grey[j]);
+      hit[i] = hit[i] | hit[j];
+    };
+    merge(0, 1), merge(2, 3), merge(4, 5), merge(6, 7);
+    merge(0, 2), merge(4, 6);
+    merge(0, 4);
+    return {code[0], sub16(v, grey[0])};
   }
+
+ private:
+  // Range I's test on v, and its code and grey from the tests on s, the
+  // first that holds deciding.
+  template <int I, class V>
+  void range_of(V v, V s, V& hit, V& code, V& grey) const {
+    constexpr Range range = kRanges[I];
+    hit = I < 7 ? V(above(v, mid[I < 7 ? I : 0])) : splat<V>(-1);
+    code = splat<V>(range.otherwise);
+    grey = splat<V>(level[range.otherwise]);
+    source_test<I, 2>(s, code, grey);
+    source_test<I, 1>(s, code, grey);
+    source_test<I, 0>(s, code, grey);
+  }
+  template <int I, int T, class V>
+  void source_test(V s, V& code, V& grey) const {
+    if constexpr (T < kRanges[I].count) {
+      constexpr Test test = kRanges[I].tests[T];
+      const auto light = above(s, b[test.byte]);
+      code = choose(light, splat<V>(test.code), code);
+      grey = choose(light, splat<V>(level[test.code]), grey);
+    }
+  }
+
+ public:
   Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
 
