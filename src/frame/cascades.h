@@ -163,10 +163,10 @@ struct BracketedEightLevel {
   template <class V>
   DecisionOf<V> decide_any(V v, V s) const {
     V hit[8], code[8], grey[8];
-    [&]<std::size_t... I>(std::index_sequence<I...>) {
+    const auto every_range = [&]<std::size_t... I>(std::index_sequence<I...>) {
       (range_of<static_cast<int>(I)>(v, s, hit[I], code[I], grey[I]), ...);
-    }
-    (std::make_index_sequence<8>{});
+    };
+    every_range(std::make_index_sequence<8>{});
     const auto merge = [&](int i, int j) {
       code[i] = choose(hit[i], code[i], code[j]);
       grey[i] = choose(hit[i], grey[i], grey[j]);
