@@ -96,5 +96,33 @@ TEST(BandEngine, UnwrappedRowsEqualWrappedOnesWhereValuesWrapAndWhereNot) {
   }
 }
 
+// Packing a row's codes by multiplies gives what placing each code at its
+// shift gives, for every code in every place of a byte, rows that end inside
+// a byte included, and writes nothing past the row's last byte.
+template <unsigned kBits>
+void expect_packs_as_placed() {
+  constexpr std::uint32_t kPerByte = 8 / kBits, kCodes = 1u << kBits;
+  for (std::uint32_t count : {1u, kPerByte - 1, kPerByte, 3 * kPerByte + 1}) {
+    if (count == 0) continue;
+    for (std::uint32_t seed = 0; seed < 256; ++seed) {
+      std::vector<unsigned char> codes((count + kPerByte - 1) / kPerByte * kPerByte, 0);
+      std::vector<unsigned char> placed(codes.size() / kPerByte + 1, 0);
+      for (std::uint32_t x = 0; x < count; ++x) {
+        codes[x] = static_cast<unsigned char>((seed >> (x % 8)) * (x + 1) % kCodes);
+        placed[x / kPerByte] |= codes[x] << (8 - kBits - x % kPerByte * kBits);
+      }
+      std::vector<unsigned char> packed(placed.size(), 0);
+      engine::pack_codes<kBits>(codes.data(), count, packed.data());
+      ASSERT_EQ(packed, placed) << kBits << " bits, " << count << " codes, seed " << seed;
+    }
+  }
+}
+
+TEST(BandEngine, RowCodesPackAsEachPlacedAtItsShift) {
+  expect_packs_as_placed<1>();
+  expect_packs_as_placed<2>();
+  expect_packs_as_placed<4>();
+}
+
 }  // namespace
 }  // namespace halftone
