@@ -108,7 +108,9 @@ void expect_packs_as_placed() {
       std::vector<unsigned char> codes((count + kPerByte - 1) / kPerByte * kPerByte, 0);
       std::vector<unsigned char> placed(codes.size() / kPerByte + 1, 0);
       for (std::uint32_t x = 0; x < count; ++x) {
-        codes[x] = static_cast<unsigned char>((seed >> (x % 8)) * (x + 1) % kCodes);
+        // Byte i's codes spell (seed + 37 i) & 255: every pattern a byte can hold.
+        const std::uint32_t pattern = (seed + 37 * (x / kPerByte)) & 255;
+        codes[x] = static_cast<unsigned char>(pattern >> (x % kPerByte * kBits) & (kCodes - 1));
         placed[x / kPerByte] |= codes[x] << (8 - kBits - x % kPerByte * kBits);
       }
       std::vector<unsigned char> packed(placed.size(), 0);
