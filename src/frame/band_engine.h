@@ -131,8 +131,6 @@ inline void pack_codes(unsigned char const* codes, std::uint32_t count, unsigned
 template <unsigned kBits>
 class RowOut {
  public:
-  static constexpr std::uint32_t kPerByte = 8 / kBits;
-
   // `codes` holds a whole number of output bytes' codes, zero past the row.
   RowOut(unsigned char* row, std::uint32_t first, unsigned char* codes)
       : row_(row), codes_(codes), first_(first) {}

@@ -177,6 +177,7 @@ struct BracketedEightLevel {
     merge(0, 4);
     return {code[0], sub16(v, grey[0])};
   }
+  Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 
  private:
   // Range I's test on v, and its code and grey from the tests on s, the
@@ -184,7 +185,10 @@ struct BracketedEightLevel {
   template <int I, class V>
   void range_of(V v, V s, V& hit, V& code, V& grey) const {
     constexpr Range range = kRanges[I];
-    hit = I < 7 ? V(above(v, mid[I < 7 ? I : 0])) : splat<V>(-1);
+    if constexpr (I < 7)
+      hit = above(v, mid[I]);
+    else
+      hit = splat<V>(-1);  // the last range takes what no other does
     code = splat<V>(range.otherwise);
     grey = splat<V>(level[range.otherwise]);
     source_test<I, 2>(s, code, grey);
@@ -200,9 +204,6 @@ struct BracketedEightLevel {
       grey = choose(light, splat<V>(level[test.code]), grey);
     }
   }
-
- public:
-  Decision decide(std::int16_t v, std::uint32_t s) const { return decide_one(*this, v, s); }
 };
 
 // Fixed, evenly spaced levels on v alone: code c stands for grey
