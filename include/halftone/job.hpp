@@ -17,11 +17,13 @@ class Job {
   Job(char const* screen, std::uint32_t width, std::uint32_t planes)
       : job_(halftone_job_new(screen, width, planes)),
         failure_(job_ ? std::string() : std::string(halftone_last_error())) {}
-  Job(Job&& other) noexcept : job_(std::exchange(other.job_, nullptr)) {}
+  Job(Job&& other) noexcept
+      : job_(std::exchange(other.job_, nullptr)), failure_(std::move(other.failure_)) {}
   Job& operator=(Job&& other) noexcept {
     if (this != &other) {
       halftone_job_free(job_);
       job_ = std::exchange(other.job_, nullptr);
+      failure_ = std::move(other.failure_);
     }
     return *this;
   }
