@@ -76,17 +76,20 @@ std::string read_input_page(cups_page_header2_t const& header, InputPage& page) 
 
 void line_to_grey(InputPage const& page, unsigned char const* line, unsigned char* rows,
                   std::size_t stride) {
+  // Held in locals: the byte stores could alias `page`, which would be read again every pixel.
   const unsigned char flip = page.ink ? 0xFF : 0x00;  // ink 0 is white: grey = 255 - ink
-  for (std::uint32_t p = 0; p < page.planes; ++p) {
+  const std::size_t width = page.width;
+  const std::uint32_t planes = page.planes;
+  const bool interleaved = page.chunky && planes == 4;  // else each colour is a run
+  for (std::uint32_t p = 0; p < planes; ++p) {
     unsigned char* row = rows + p * stride;
-    if (page.chunky) {
+    if (interleaved) {
       unsigned char const* sample = line + p;
-      for (std::uint32_t x = 0; x < page.width; ++x, sample += page.planes)
-        row[x] = static_cast<unsigned char>(*sample ^ flip);
+      for (std::size_t x = 0; x < width; ++x)
+        row[x] = static_cast<unsigned char>(sample[4 * x] ^ flip);
     } else {
-      unsigned char const* run = line + std::size_t{p} * page.width;
-      for (std::uint32_t x = 0; x < page.width; ++x)
-        row[x] = static_cast<unsigned char>(run[x] ^ flip);
+      unsigned char const* run = line + p * width;
+      for (std::size_t x = 0; x < width; ++x) row[x] = static_cast<unsigned char>(run[x] ^ flip);
     }
   }
 }
