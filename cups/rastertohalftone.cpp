@@ -12,33 +12,22 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <optional>
 #include <string>
 #include <thread>
-#include <vector>
 
+#include "page.h"
+#include "pages_at_once.h"
 #include "raster.h"
 #include "settings.h"
 
 namespace halftone::cups_filter {
 namespace {
 
-volatile sig_atomic_t g_stop = 0;
-
 extern "C" void on_terminate(int) { g_stop = 1; }
-
-void report(char const* kind, char const* format, ...) {
-  std::va_list args;
-  va_start(args, format);
-  std::fprintf(stderr, "%s: ", kind);
-  std::vfprintf(stderr, format, args);
-  std::fputc('\n', stderr);
-  va_end(args);
-}
 
 // Standard input read for libcups; a read broken by SIGTERM ends the stream.
 ssize_t read_input(void* context, unsigned char* buffer, std::size_t length) {
@@ -51,51 +40,13 @@ ssize_t read_input(void* context, unsigned char* buffer, std::size_t length) {
   }
 }
 
-// A job for one page, with the filter's settings applied.
-struct PageJob {
-  halftone::Job job;
-  std::string error;
-};
-
-PageJob make_job(std::string const& screen, Settings const& settings, std::uint32_t width,
-                 std::uint32_t planes) {
-  PageJob made{halftone::Job(screen.c_str(), width, planes), {}};
-  if (!made.job) {
-    made.error = made.job.error();
-    return made;
-  }
-  struct Key {
-    char const* key;
-    std::string const& value;
-    char const* option;
-  };
-  const Key keys[] = {{"levels", settings.levels, "HalftoneLevels"},
-                      {"seed-time", settings.seed_time, "HalftoneSeedTime"}};
-  for (Key const& k : keys) {
-    if (k.value.empty()) continue;
-    if (made.job.set(k.key, k.value) != 0) {
-      made.error = std::string(k.option) + "=" + k.value + ": " + made.job.error();
-      return made;
-    }
-  }
-  if (planes > 1) {
-    // Planes screened side by side give the same dots; a library without the key is no fault.
-    const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-    made.job.set("threads", std::to_string(std::min(planes, cores)));
-  }
-  return made;
-}
-
-class Filter {
+// Screens the stream's pages one at a time, each straight from the stream.
+class OnePageAtATime {
  public:
-  Filter(Settings settings, ppd_file_t* ppd) : settings_(std::move(settings)), ppd_(ppd) {}
-  Filter(Filter const&) = delete;
-  Filter& operator=(Filter const&) = delete;
-  ~Filter() {
-    if (out_ != nullptr) cupsRasterClose(out_);
-  }
+  OnePageAtATime(Settings const& settings, ppd_file_t* ppd, unsigned threads, Output& out)
+      : settings_(settings), ppd_(ppd), threads_(threads), out_(out) {}
 
-  // Screens every page from `in` to standard output. Returns the exit status.
+  // Returns the exit status.
   int run(cups_raster_t* in) {
     cups_page_header2_t header;
     while (!g_stop && cupsRasterReadHeader2(in, &header)) {
@@ -121,82 +72,47 @@ class Filter {
   }
 
   bool screen_page(cups_raster_t* in, cups_page_header2_t const& header) {
-    InputPage page;
-    if (std::string why = read_input_page(header, page); !why.empty()) return fail(why);
-    const std::string screen = screen_for(settings_, ppd_, page.planes);
-    if (screen.empty()) return fail("no screen chosen: set HalftoneScreen");
-    const long index = halftone_find_screen(screen.c_str());
-    if (index < 0) return fail("no screen is called \"" + screen + "\"");
-    if (std::string why = unusable_reason(static_cast<std::size_t>(index)); !why.empty())
+    PagePlan plan;
+    if (std::string why = plan_page(header, settings_, ppd_, plan); !why.empty()) return fail(why);
+    std::string why;
+    std::optional<halftone::Job> job = make_job(plan, settings_, threads_, why);
+    if (!job) return fail(why);
+    BandBuffers buffers;
+    if (why = buffers.allocate(plan, BandBuffers::kReading | BandBuffers::kScreening); !why.empty())
       return fail(why);
-    halftone_screen_info const* info = halftone_screen_info_at(static_cast<std::size_t>(index));
-    const int bits = info->bits;
-    // CUPS's one-bit raster sets a bit for ink: paper bits are flipped.
-    const bool invert = bits == 1 && info->paper_bits != 0;
-    PageJob job = make_job(screen, settings_, page.width, page.planes);
-    if (!job.error.empty()) return fail(job.error);
-
-    cups_page_header2_t out_header = output_header(header, page.planes, bits);
-    const std::uint32_t band = std::min(settings_.band_height, page.height);
-    const std::size_t grey_stride = halftone_row_bytes(page.width, 8);
-    const std::size_t dots_stride = halftone_row_bytes(page.width, bits);
-    std::vector<unsigned char> line, grey, dots, out_line;
-    try {
-      line.resize(page.line_bytes);
-      grey.resize(grey_stride * page.planes * band);
-      dots.resize(dots_stride * page.planes * band);
-      out_line.resize(out_header.cupsBytesPerLine);
-    } catch (std::bad_alloc const&) {
-      return fail("not enough memory for bands of " + std::to_string(band) + " rows");
-    }
-    // The output opens with the first page, so that a refused start writes nothing.
-    if (out_ == nullptr && (out_ = cupsRasterOpen(1, CUPS_RASTER_WRITE_COMPRESSED)) == nullptr)
-      return fail(std::string("cannot open the output: ") + cupsRasterErrorString());
-    if (!cupsRasterWriteHeader2(out_, &out_header)) return fail("cannot write the page header");
-    report("INFO", "Screening page %d (%u x %u, %s) with %s, %d bit(s) a colour", page_number_,
-           page.width, page.height, page.planes == 1 ? "grey" : "CMYK", screen.c_str(), bits);
-    std::fprintf(stderr, "PAGE: %d %u\n", page_number_, std::max(header.NumCopies, 1u));
-
-    const auto line_length = static_cast<unsigned>(page.line_bytes);
-    const auto out_length = static_cast<unsigned>(out_header.cupsBytesPerLine);
-    for (std::uint32_t y = 0; y < page.height; y += band) {
-      const std::uint32_t rows = std::min(band, page.height - y);
-      for (std::uint32_t r = 0; r < rows; ++r) {
-        if (g_stop || cupsRasterReadPixels(in, line.data(), line_length) != line_length) {
-          if (g_stop) return blank_rest(out_line, page.height - y);
-          return fail("the raster stream ends after line " + std::to_string(y + r) + " of " +
-                      std::to_string(page.height) + " (truncated input)");
-        }
-        line_to_grey(page, line.data(), grey.data() + std::size_t{r} * page.planes * grey_stride,
-                     grey_stride);
+    if (why = out_.begin_page(page_number_, header, plan); !why.empty()) return fail(why);
+    const std::size_t line_bytes = plan.out_header.cupsBytesPerLine;
+    for (std::uint32_t y = 0; y < plan.page.height; y += plan.band) {
+      const std::uint32_t rows = std::min(plan.band, plan.page.height - y);
+      if (const std::uint32_t got = read_band(in, plan, buffers, rows); got < rows) {
+        if (!g_stop) return fail(truncated_at(y + got, plan));
+        out_.blank(plan.page.height - y, buffers.lines.data(), line_bytes);
+        return true;
       }
-      if (job.job.band(grey.data(), grey_stride, dots.data(), dots_stride, rows) != 0)
-        return fail(job.job.error());
-      for (std::uint32_t r = 0; r < rows; ++r) {
-        dots_to_line(out_header, dots.data() + std::size_t{r} * page.planes * dots_stride,
-                     dots_stride, invert, out_line.data());
-        if (cupsRasterWritePixels(out_, out_line.data(), out_length) != out_length)
-          return fail("cannot write the screened page");
-      }
+      if (why = screen_band(*job, plan, buffers, rows); !why.empty()) return fail(why);
+      if (why = out_.write(buffers.lines.data(), rows, line_bytes); !why.empty()) return fail(why);
     }
-    if (job.job.finish() != 0) return fail(job.job.error());
+    if (job->finish() != 0) return fail(job->error());
     return true;
   }
 
-  // Ends the page with blank lines so that the output stays a whole raster stream.
-  bool blank_rest(std::vector<unsigned char>& out_line, std::uint32_t lines) {
-    std::fill(out_line.begin(), out_line.end(), 0);
-    const auto length = static_cast<unsigned>(out_line.size());
-    for (std::uint32_t i = 0; i < lines; ++i)
-      if (cupsRasterWritePixels(out_, out_line.data(), length) != length) break;
-    return true;
-  }
-
-  Settings settings_;
+  Settings const& settings_;
   ppd_file_t* ppd_;
+  unsigned threads_;
+  Output& out_;
   int page_number_ = 0;
-  cups_raster_t* out_ = nullptr;
 };
+
+// Pages at once where there are cores for them, else one at a time.
+int screen_stream(cups_raster_t* in, Settings const& settings, ppd_file_t* ppd) {
+  const unsigned threads =
+      settings.threads != 0 ? settings.threads : std::max(1u, std::thread::hardware_concurrency());
+  Output out;
+  if (threads > 1)
+    if (const int status = screen_pages_at_once(in, settings, ppd, threads, out); status >= 0)
+      return status;
+  return OnePageAtATime(settings, ppd, threads, out).run(in);
+}
 
 int run(int argc, char** argv) {
   if (argc < 6 || argc > 7) {
@@ -237,7 +153,7 @@ int run(int argc, char** argv) {
     if (in == nullptr) {
       report("ERROR", "No pages found: the input is empty or not a CUPS raster stream");
     } else {
-      status = Filter(settings, ppd).run(in);
+      status = screen_stream(in, settings, ppd);
       cupsRasterClose(in);
     }
   }

@@ -26,6 +26,17 @@ std::string unless_default(std::string value, char const* word) {
   return value == word ? std::string() : value;
 }
 
+// Reads a whole number from `low` to `high` into `number`; "" or why not.
+std::string read_count(std::string const& value, char const* option, char const* what,
+                       unsigned long low, unsigned long high, unsigned long& number) {
+  char* end = nullptr;
+  number = std::strtoul(value.c_str(), &end, 10);
+  if (*end == '\0' && value[0] >= '0' && value[0] <= '9' && number >= low && number <= high)
+    return "";
+  return std::string(option) + " must be a whole number of " + what + " from " +
+         std::to_string(low) + " to " + std::to_string(high) + ", not \"" + value + "\"";
+}
+
 }  // namespace
 
 std::string read_settings(int num_options, cups_option_t* options, ppd_file_t* ppd,
@@ -37,15 +48,22 @@ std::string read_settings(int num_options, cups_option_t* options, ppd_file_t* p
       unless_default(option_value("HalftoneLevels", num_options, options, ppd), "Default");
   settings.seed_time =
       unless_default(option_value("HalftoneSeedTime", num_options, options, ppd), "Clock");
-  const std::string band = option_value("HalftoneBandHeight", num_options, options, ppd);
-  if (!band.empty()) {
-    char* end = nullptr;
-    const unsigned long rows = std::strtoul(band.c_str(), &end, 10);
-    if (*end != '\0' || band[0] < '0' || band[0] > '9' || rows < 1 || rows > kMaxBandHeight)
-      return "HalftoneBandHeight must be a whole number of rows from 1 to " +
-             std::to_string(kMaxBandHeight) + ", not \"" + band + "\"";
-    settings.band_height = static_cast<std::uint32_t>(rows);
+  struct Count {
+    char const* option;
+    char const* what;
+    unsigned long high;
+    unsigned long number = 0;
+  };
+  Count counts[] = {{"HalftoneBandHeight", "rows", kMaxBandHeight},
+                    {"HalftoneThreads", "threads", kMaxThreads}};
+  for (Count& c : counts) {
+    const std::string value = option_value(c.option, num_options, options, ppd);
+    if (value.empty()) continue;
+    if (std::string why = read_count(value, c.option, c.what, 1, c.high, c.number); !why.empty())
+      return why;
   }
+  if (counts[0].number != 0) settings.band_height = static_cast<std::uint32_t>(counts[0].number);
+  settings.threads = static_cast<unsigned>(counts[1].number);
   return "";
 }
 

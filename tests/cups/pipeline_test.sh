@@ -74,6 +74,21 @@ for model in Gray CMYK; do
     $model-in.ras >$model-alone.ras 2>$model-alone.log || fail "$model: the filter alone failed"
   cmp -s $model-alone.ras $model-out.ras || fail "$model: the filter alone wrote other bytes"
   grep -q "^PAGE: 2 1$" $model-alone.log || fail "$model: no PAGE: line for page 2"
+  # One page at a time, and a stream cut inside page 2 either way.
+  PPD="$ppd" "$filter" 1 user title 1 "ColorModel=$model HalftoneSeedTime=$seed HalftoneThreads=1" \
+    $model-in.ras >$model-serial.ras 2>$model-serial.log || fail "$model: one page at a time failed"
+  cmp -s $model-serial.ras $model-out.ras || fail "$model: one page at a time wrote other bytes"
+  head -c $(($(stat -c %s $model-in.ras) * 3 / 4)) $model-in.ras >$model-cut.ras
+  for threads in 1 2; do
+    status=0
+    PPD="$ppd" "$filter" 1 user title 1 "HalftoneThreads=$threads" $model-cut.ras \
+      >$model-cut-$threads.ras 2>$model-cut-$threads.log || status=$?
+    [ $status -ne 0 ] && grep -q "^PAGE: 1 1$" $model-cut-$threads.log &&
+      grep -q "^ERROR: Page 2: .*(truncated input)$" $model-cut-$threads.log ||
+      fail "$model, $threads thread(s): a stream cut in page 2: status $status, $(cat $model-cut-$threads.log)"
+  done
+  cmp -s <(grep ERROR $model-cut-1.log) <(grep ERROR $model-cut-2.log) ||
+    fail "$model: a cut stream is reported otherwise with pages at once"
 done
 
 # Other screens on the captured rasters: 2 and 4 bits, a screen whose set bit is paper.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <halftone/halftone.h>
 
+#include <cstring>
 #include <set>
 #include <string>
 
@@ -45,12 +46,15 @@ TEST(FilterSettings, JobOptionsWin) {
     char const* levels;
     char const* seed;
     unsigned band;
+    unsigned threads = 0;
   };
   const Case cases[] = {
       {"HalftoneScreen=four-level HalftoneLevels=Custom.0,85,170,255", "four-level", "0,85,170,255",
        "", 64},
       {"HalftoneSeedTime=Custom.1000 HalftoneBandHeight=Custom.7", "", "", "1000", 7},
       {"HalftoneSeedTime=42 HalftoneBandHeight=16 HalftoneScreen=Auto", "", "", "42", 16},
+      {"HalftoneThreads=1", "", "", "", 64, 1},
+      {"HalftoneThreads=256 HalftoneBandHeight=4096", "", "", "", 4096, 256},
       {"HalftoneLevels=Default HalftoneSeedTime=Clock HalftoneScreen=sdiufiavs", "sdiufiavs", "",
        "", 64},
   };
@@ -63,12 +67,15 @@ TEST(FilterSettings, JobOptionsWin) {
     EXPECT_EQ(s.levels, c.levels);
     EXPECT_EQ(s.seed_time, c.seed);
     EXPECT_EQ(s.band_height, c.band);
+    EXPECT_EQ(s.threads, c.threads);
   }
   for (char const* bad : {"HalftoneBandHeight=0", "HalftoneBandHeight=-3", "HalftoneBandHeight=12x",
-                          "HalftoneBandHeight=4097"}) {
+                          "HalftoneBandHeight=4097", "HalftoneThreads=0", "HalftoneThreads=257",
+                          "HalftoneThreads=two"}) {
     std::string refused;
     settings_from(bad, ppd.file, &refused);
-    EXPECT_NE(refused.find("HalftoneBandHeight"), std::string::npos) << bad;
+    const std::string option(bad, std::strchr(bad, '='));
+    EXPECT_NE(refused.find(option), std::string::npos) << bad;
   }
 }
 
