@@ -7,7 +7,7 @@
 
 namespace halftone::cups_filter {
 
-volatile sig_atomic_t g_stop = 0;
+std::atomic<bool> g_stop{false};
 
 void report(char const* kind, char const* format, ...) {
   char message[1024];

@@ -5,8 +5,8 @@
 #include <cups/ppd.h>
 #include <cups/raster.h>
 #include <halftone/halftone.h>
-#include <signal.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -18,8 +18,10 @@
 
 namespace halftone::cups_filter {
 
-// Set by SIGTERM: the filter ends the page it began and stops.
-extern volatile sig_atomic_t g_stop;
+// Set by SIGTERM: the filter ends the page it began and stops. Lock-free, so
+// that the signal handler may set it and every thread may read it.
+extern std::atomic<bool> g_stop;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 // One line on standard error: "KIND: message" (CUPS' ERROR:, INFO: ...).
 void report(char const* kind, char const* format, ...);

@@ -1,6 +1,7 @@
 #include "pages_at_once.h"
 
 #include <pthread.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <condition_variable>

@@ -27,7 +27,7 @@
 namespace halftone::cups_filter {
 namespace {
 
-extern "C" void on_terminate(int) { g_stop = 1; }
+extern "C" void on_terminate(int) { g_stop = true; }
 
 // Standard input read for libcups; a read broken by SIGTERM ends the stream.
 ssize_t read_input(void* context, unsigned char* buffer, std::size_t length) {
