@@ -229,7 +229,6 @@ class PagesAtOnce {
         if (ended) break;
       }
       page->worker.join();
-      // The worker has ended: the page's fields are still only read under the lock's order.
       std::string fault;
       {
         Lock lock(mutex_);
