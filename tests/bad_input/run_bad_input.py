@@ -128,6 +128,8 @@ RASTER_CASES = [
     ("@good_raster", "HalftoneSeedTime=yesterday", r"HalftoneSeedTime|seed", False),
     ("@good_raster", "HalftoneBandHeight=0", r"HalftoneBandHeight", False),
     ("@good_raster", "HalftoneBandHeight=99999999", r"HalftoneBandHeight", False),
+    ("@good_raster", "HalftoneThreads=0", r"HalftoneThreads", False),
+    ("@good_raster", "HalftoneThreads=many", r"HalftoneThreads", False),
 ]
 # Python: bad arrays for halftone.screen (kind, message).
 ARRAY_CASES = [
