@@ -14,6 +14,18 @@ struct PatternGeometryStore {
   std::int32_t row_bytes;
 };
 
+// A pattern bank read as thresholds, where it can be: when every cell's code
+// only grows as the grey darkens, the code of grey v at a cell is the count
+// of its thresholds t with v < t (v <= t with `at_most`). The pattern loaders
+// write it after every load; `usable` 0 means the bank has cells that are
+// not of that kind.
+template <int Levels>
+struct PatternThresholds {
+  std::uint8_t usable;
+  std::uint8_t at_most;
+  std::uint8_t t[Levels][256][256];  // level, row, column
+};
+
 struct LoadedStores {
   // One-bit pattern per grey value: 256 slots of 256 rows of 32 bytes.
   std::uint8_t TonePatternBank[256][256][32];
@@ -24,6 +36,10 @@ struct LoadedStores {
   // byte of a run (one-bit or two-bit values, whichever loader ran last).
   std::uint8_t RunHeadMasks[8];
   std::uint8_t RunTailMasks[8];
+  // The two banks as thresholds (above): one level for the one-bit bank,
+  // three for the two-bit bank's codes 1 to 3.
+  PatternThresholds<1> PatternLimits1;
+  PatternThresholds<3> PatternLimits2;
   // 8-bit threshold matrix from a BMP: 256 rows of 256 bytes.
   std::uint8_t ThresholdMatrix8[256][256];
   // Signed offsets derived from the matrix by the offset loader.

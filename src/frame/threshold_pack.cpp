@@ -57,22 +57,43 @@ void plain_tail(unsigned char const* source, unsigned char* out, std::uint32_t x
   }
 }
 
+// Two-bit codes of pixels [x, width) one by one, whole bytes from x (a
+// multiple of 4) on.
+void plain_tail2(unsigned char const* source, unsigned char* out, std::uint32_t x,
+                 std::uint32_t width, ThresholdRing const (&rings)[3], std::uint32_t shift,
+                 DotTest test) {
+  const std::uint32_t mask = rings[0].mask();
+  for (; x < width; x += 4) {
+    unsigned bits = 0;
+    for (std::uint32_t i = 0; i < 4; ++i) {
+      const std::uint32_t px = x + i;
+      unsigned code = 0;
+      if (px < width)
+        for (ThresholdRing const& ring : rings)
+          code += dot(source[px], ring.data()[(px + shift) & mask], test) ? 1u : 0u;
+      bits = bits << 2 | code;
+    }
+    out[x >> 2] = static_cast<unsigned char>(bits);
+  }
+}
+
 // The last pixels of a row, fewer than a vector's lanes: copied out so that
 // no byte past the row is read, screened as a whole vector by `chunk`, and
 // stored as far as the row goes with the padding's bits cleared.
-template <std::uint32_t kLanes, class Chunk>
+template <std::uint32_t kLanes, std::uint32_t kPerByte = 8, class Chunk>
 void vector_tail(unsigned char const* source, unsigned char* out, std::uint32_t x,
                  std::uint32_t width, Chunk chunk) {
   if (x >= width) return;
   unsigned char grey[kLanes];
   std::memset(grey, 255, kLanes);
   std::memcpy(grey, source + x, width - x);
-  unsigned char bytes[kLanes / 8];
+  unsigned char bytes[kLanes / kPerByte];
   chunk(grey, x, bytes);
   const std::uint32_t n = width - x;
-  const std::uint32_t whole = (n + 7) / 8;
-  if (n % 8 != 0) bytes[whole - 1] &= static_cast<unsigned char>(0xFF00u >> (n % 8));
-  std::memcpy(out + x / 8, bytes, whole);
+  const std::uint32_t whole = (n + kPerByte - 1) / kPerByte;
+  if (n % kPerByte != 0)
+    bytes[whole - 1] &= static_cast<unsigned char>(0xFF00u >> (n % kPerByte * (8 / kPerByte)));
+  std::memcpy(out + x / kPerByte, bytes, whole);
 }
 
 #ifdef HALFTONE_SSE2
@@ -138,6 +159,50 @@ __attribute__((target("avx2"))) void avx2_row(unsigned char const* source, unsig
                   });
 }
 
+// 32 pixels into eight output bytes of two-bit codes.
+__attribute__((target("avx2"))) inline void avx2_chunk2(unsigned char const* grey,
+                                                        std::uint8_t const* const (&limits)[3],
+                                                        DotTest test, unsigned char* bytes) {
+  const __m256i g = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(grey));
+  const __m256i zero = _mm256_setzero_si256();
+  // Each ring's test as 0 or -1 a byte: -1 where the pixel passes (AtMost),
+  // or where it does not (Below, whose code is then 3 less the misses).
+  __m256i sum = test == DotTest::Below ? _mm256_set1_epi8(3) : zero;
+  for (std::uint8_t const* limit : limits) {
+    const __m256i l = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(limit));
+    const __m256i d = test == DotTest::Below ? _mm256_subs_epu8(l, g) : _mm256_subs_epu8(g, l);
+    const __m256i none = _mm256_cmpeq_epi8(d, zero);
+    sum = test == DotTest::Below ? _mm256_add_epi8(sum, none) : _mm256_sub_epi8(sum, none);
+  }
+  // Codes c0..c3 of four pixels into c0 << 6 | c1 << 4 | c2 << 2 | c3: pairs,
+  // then pairs of pairs, each in the low byte of a 32-bit word.
+  const __m256i pairs = _mm256_maddubs_epi16(sum, _mm256_set1_epi16(0x0104));
+  const __m256i quads = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00010010));
+  const __m256i low_bytes =
+      _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 4, 8, 12, -1,
+                       -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+  const __m256i packed = _mm256_shuffle_epi8(quads, low_bytes);
+  const auto lo = static_cast<std::uint32_t>(_mm256_extract_epi32(packed, 0));
+  const auto hi = static_cast<std::uint32_t>(_mm256_extract_epi32(packed, 4));
+  std::memcpy(bytes, &lo, 4);
+  std::memcpy(bytes + 4, &hi, 4);
+}
+
+__attribute__((target("avx2"))) void avx2_row2(unsigned char const* source, unsigned char* out,
+                                               std::uint32_t width, ThresholdRing const (&rings)[3],
+                                               std::uint32_t shift, DotTest test) {
+  const std::uint32_t mask = rings[0].mask();
+  auto chunk = [&](unsigned char const* grey, std::uint32_t at, unsigned char* bytes) {
+    const std::uint32_t from = (at + shift) & mask;
+    std::uint8_t const* const limits[3] = {rings[0].data() + from, rings[1].data() + from,
+                                           rings[2].data() + from};
+    avx2_chunk2(grey, limits, test, bytes);
+  };
+  std::uint32_t x = 0;
+  for (; width - x >= 32; x += 32) chunk(source + x, x, out + x / 4);
+  vector_tail<32, 4>(source, out, x, width, chunk);
+}
+
 #endif
 
 }  // namespace
@@ -168,6 +233,16 @@ void threshold_pack_row(unsigned char const* source, unsigned char* out, std::ui
   if (path != VectorPath::Plain) return sse2_row(source, out, width, ring, shift, test);
 #endif
   plain_tail(source, out, 0, width, ring, shift, test);
+}
+
+void threshold_pack2_row(unsigned char const* source, unsigned char* out, std::uint32_t width,
+                         ThresholdRing const (&rings)[3], std::uint32_t shift, DotTest test,
+                         VectorPath path) {
+#ifdef HALFTONE_AVX2
+  if (path == VectorPath::Best && cpu_has_avx2())
+    return avx2_row2(source, out, width, rings, shift, test);
+#endif
+  plain_tail2(source, out, 0, width, rings, shift, test);
 }
 
 char const* threshold_pack_path() {

@@ -53,6 +53,14 @@ inline void threshold_pack_whole_row(unsigned char const* source, unsigned char*
   if (stride > written) std::memset(out + written, 0, stride - written);
 }
 
+// Two-bit rows from three rings: pixel x's code is the number of rings
+// whose threshold at (x + shift) it passes, four pixels a byte, leftmost pixel
+// in the top two bits. Writes the (width + 3) / 4 bytes of the row, bits past
+// its last pixel 0. AVX2 where present (Best), plain code otherwise.
+void threshold_pack2_row(unsigned char const* source, unsigned char* out, std::uint32_t width,
+                         ThresholdRing const (&rings)[3], std::uint32_t shift, DotTest test,
+                         VectorPath path = VectorPath::Best);
+
 // The path Best takes on this CPU: "avx2", "sse2" or "plain".
 char const* threshold_pack_path();
 

@@ -2,7 +2,12 @@
 // from the rules, on random banks.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
 #include <span>
+#include <vector>
 
 #include "frame/state.h"
 #include "halftone/loaded.h"
@@ -63,14 +68,44 @@ Bytes run_walk(Walk const& t, Page const& page) {
   return out;
 }
 
-// Every screen after either loader, whose masks and geometry are used as they
-// are; pages 32 or 64 wide end runs past the output row.
+struct Load {
+  int bits, width, height;
+};
+
+// Every screen on random pages against the run walk with the bank, masks and
+// geometry as the last load left them; pages 32 or 64 wide end runs past the
+// output row.
+void expect_run_walks(Load load, std::mt19937& gen, int pages) {
+  const std::uint32_t row_bytes = load.width * load.bits / 8;
+  auto* bank = &stores().TonePatternBank[0][0][0];
+  const std::size_t size = sizeof stores().TonePatternBank;
+  const std::uint32_t w = load.width, h = load.height;
+  const Walk geometry{bank, size, 8192, 32, w, h, row_bytes, 8, load.bits},
+      fixed{bank, size, 8192, 32, 256, 256, 32, 8, load.bits},
+      fixed2{&stores().TonePatternBank2[0][0][0],
+             sizeof stores().TonePatternBank2,
+             16384,
+             64,
+             256,
+             256,
+             64,
+             4,
+             load.bits};
+  for (int i = 0; i < pages; ++i) {
+    Page page = i % 4 == 0 ? random_page(gen, 32u << gen() % 2, 256) : random_page(gen);
+    if (i % 8 == 1) page = {64, 256, 1, make_source(64, 256, 1, Fill::Flat, 0, 255)};
+    SCOPED_TRACE(std::to_string(load.width) + " " + std::to_string(page.width) + "x" +
+                 std::to_string(page.height) + "x" + std::to_string(page.planes));
+    EXPECT_EQ(screen(Sonicksure, page), run_walk(geometry, page));
+    EXPECT_EQ(screen(MutexWindow, page), run_walk(fixed, page));
+    EXPECT_EQ(screen(MutexWindow_Bak, page, 1, gen() % 4), run_walk(fixed, page));
+    EXPECT_EQ(screen(TextDownload, page, 2), run_walk(fixed2, page));
+  }
+}
+
 TEST(PatternScreens, FollowTheRunWalkAfterEitherLoader) {
   DataFolder folder;
   std::mt19937 gen(11);
-  struct Load {
-    int bits, width, height;
-  };
   for (Load load : {Load{1, 64, 64},
                     {1, 24, 5},
                     {1, 256, 256},
@@ -83,33 +118,64 @@ TEST(PatternScreens, FollowTheRunWalkAfterEitherLoader) {
       b = gen() & 255;
     for (auto& b : std::span(&stores().TonePatternBank2[0][0][0], sizeof stores().TonePatternBank2))
       b = gen() & 255;
-    const std::uint32_t row_bytes = load.width * load.bits / 8;
-    folder.write("pat", random_bytes(256u * load.height * row_bytes, gen()));
+    folder.write("pat", random_bytes(256u * load.height * (load.width * load.bits / 8), gen()));
     ASSERT_EQ((load.bits == 1 ? KaiDuaning : NingJing)("pat", load.width, load.height), 0);
-    auto* bank = &stores().TonePatternBank[0][0][0];
-    const std::size_t size = sizeof stores().TonePatternBank;
-    const std::uint32_t w = load.width, h = load.height;
-    const Walk geometry{bank, size, 8192, 32, w, h, row_bytes, 8, load.bits},
-        fixed{bank, size, 8192, 32, 256, 256, 32, 8, load.bits},
-        fixed2{&stores().TonePatternBank2[0][0][0],
-               sizeof stores().TonePatternBank2,
-               16384,
-               64,
-               256,
-               256,
-               64,
-               4,
-               load.bits};
-    for (int i = 0; i < 40; ++i) {
-      Page page = i % 4 == 0 ? random_page(gen, 32u << gen() % 2, 256) : random_page(gen);
-      if (i % 8 == 1) page = {64, 256, 1, make_source(64, 256, 1, Fill::Flat, 0, 255)};
-      SCOPED_TRACE(std::to_string(load.width) + " " + std::to_string(page.width) + "x" +
-                   std::to_string(page.height) + "x" + std::to_string(page.planes));
-      EXPECT_EQ(screen(Sonicksure, page), run_walk(geometry, page));
-      EXPECT_EQ(screen(MutexWindow, page), run_walk(fixed, page));
-      EXPECT_EQ(screen(MutexWindow_Bak, page, 1, gen() % 4), run_walk(fixed, page));
-      EXPECT_EQ(screen(TextDownload, page, 2), run_walk(fixed2, page));
+    expect_run_walks(load, gen, 40);
+  }
+}
+
+// Banks made from threshold cells, as pattern banks usually are: grey g gets
+// at each cell the count of the cell's thresholds above it. Such banks are
+// compared and packed rather than walked, to the same bytes.
+TEST(PatternScreens, ThresholdBanksFollowTheRunWalk) {
+  DataFolder folder;
+  std::mt19937 gen(5);
+  enum Cells { Plain, InkedAtWhite, Grows };
+  struct Case {
+    Load load;
+    Cells cells;
+    bool usable;  // read as thresholds
+  };
+  for (Case c : {Case{{1, 64, 64}, Plain, true},
+                 {{1, 8, 8}, Plain, true},
+                 {{1, 256, 256}, Plain, true},
+                 {{1, 16, 3}, Plain, true},
+                 {{1, 24, 5}, Plain, true},  // a width the screens do not compare
+                 {{1, 256, 256}, InkedAtWhite, true},
+                 {{1, 64, 64}, InkedAtWhite, false},  // the empty storage beyond: never inked
+                 {{1, 64, 64}, Grows, false},
+                 {{2, 256, 256}, Plain, true},
+                 {{2, 64, 64}, Plain, true},
+                 {{2, 256, 256}, InkedAtWhite, true},  // the white pattern cleared
+                 {{2, 64, 64}, Grows, false}}) {
+    const auto [bits, w, h] = c.load;
+    SCOPED_TRACE(std::to_string(bits) + " bits, " + std::to_string(w) + "x" + std::to_string(h) +
+                 " cells " + std::to_string(c.cells));
+    std::memset(stores().TonePatternBank, 0, sizeof stores().TonePatternBank);
+    std::memset(stores().TonePatternBank2, 0, sizeof stores().TonePatternBank2);
+    const int levels = bits == 1 ? 1 : 3;
+    const int low = c.cells == InkedAtWhite ? 1 : 0;  // thresholds from low to low + 255
+    std::vector<std::array<int, 3>> cells(std::size_t(w) * h);
+    for (auto& t : cells) {
+      for (int k = 0; k < levels; ++k) t[k] = low + int(gen() % 256);
+      std::sort(t.begin(), t.begin() + levels, std::greater<>());
     }
+    // Grows: one cell never inked but at grey 254.
+    if (c.cells == Grows) cells[w + 3] = {0, 0, 0};
+    const int per_byte = 8 / bits;
+    Bytes file(256u * h * (w / per_byte), 0);
+    for (int n = 0, at = 0; n < 256; ++n)
+      for (int i = 0; i < w * h; ++i, at += bits) {
+        int code = 0;
+        for (int k = 0; k < levels; ++k) code += 255 - n < cells[i][k];
+        if (c.cells == Grows && n == 1 && i == w + 3) code = (1 << bits) - 1;
+        file[at / 8] |= static_cast<unsigned char>(code << (8 - bits - at % 8));
+      }
+    folder.write("pat", file);
+    ASSERT_EQ((bits == 1 ? KaiDuaning : NingJing)("pat", w, h), 0);
+    auto const& limits = stores();
+    EXPECT_EQ(bits == 1 ? limits.PatternLimits1.usable : limits.PatternLimits2.usable, c.usable);
+    expect_run_walks(c.load, gen, 24);
   }
 }
 

@@ -38,27 +38,18 @@ struct PatternBank {
   std::size_t slot_pitch;
   std::size_t row_pitch;
   std::uint32_t bits;  // bits a pixel
-  std::uint8_t head[8];
-  std::uint8_t tail[8];
+  RunMasks masks;
 };
 
 PatternBank one_bit_bank() {
   LoadedStores& s = stores();
-  return {&s.TonePatternBank[0][0][0],
-          sizeof s.TonePatternBank[0],
-          sizeof s.TonePatternBank[0][0],
-          1,
-          {0xFF, 0x7F, 0x3F, 0x1F, 0x0F, 0x07, 0x03, 0x01},
-          {0x00, 0x80, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC, 0xFE}};
+  return {&s.TonePatternBank[0][0][0], sizeof s.TonePatternBank[0], sizeof s.TonePatternBank[0][0],
+          1, kRunMasks1};
 }
 PatternBank two_bit_bank() {
   LoadedStores& s = stores();
-  return {&s.TonePatternBank2[0][0][0],
-          sizeof s.TonePatternBank2[0],
-          sizeof s.TonePatternBank2[0][0],
-          2,
-          {0xFF, 0x3F, 0x0F, 0x03, 0x00, 0x00, 0x00, 0x00},
-          {0x00, 0xC0, 0xF0, 0xFC, 0xFF, 0xFF, 0xFF, 0xFF}};
+  return {&s.TonePatternBank2[0][0][0], sizeof s.TonePatternBank2[0],
+          sizeof s.TonePatternBank2[0][0], 2, kRunMasks2};
 }
 
 // The file lists 256 images from grey 255 down to grey 0, each `height` rows
@@ -69,8 +60,8 @@ PatternBank two_bit_bank() {
 // shorter than 64 bytes.
 int load_patterns(PatternBank const& bank, char const* path, std::int32_t width,
                   std::int32_t height, bool clear_white) {
-  std::memcpy(stores().RunHeadMasks, bank.head, sizeof stores().RunHeadMasks);
-  std::memcpy(stores().RunTailMasks, bank.tail, sizeof stores().RunTailMasks);
+  std::memcpy(stores().RunHeadMasks, bank.masks.head, sizeof stores().RunHeadMasks);
+  std::memcpy(stores().RunTailMasks, bank.masks.tail, sizeof stores().RunTailMasks);
   // The 32-bit host's arithmetic: the product wraps, the division truncates.
   const std::int32_t row_bytes =
       static_cast<std::int32_t>(static_cast<std::uint32_t>(width) * bank.bits) / 8;
@@ -162,12 +153,19 @@ constexpr std::size_t kTokenLimit = 19;
 
 }  // namespace
 
+// Whatever the load came to, the slots read so far are in the bank, so the
+// bank is read as thresholds afresh (a file not opened, or a pattern refused
+// for its size, leaves the slots as they were).
 int load_patterns1(char const* path, std::int32_t width, std::int32_t height) {
-  return load_patterns(one_bit_bank(), path, width, height, false);
+  const int code = load_patterns(one_bit_bank(), path, width, height, false);
+  if (code == 0 || code == ERR_FILE_READ) derive_pattern_limits(1);
+  return code;
 }
 
 int load_patterns2(char const* path, std::int32_t width, std::int32_t height) {
-  return load_patterns(two_bit_bank(), path, width, height, true);
+  const int code = load_patterns(two_bit_bank(), path, width, height, true);
+  if (code == 0 || code == ERR_FILE_READ) derive_pattern_limits(2);
+  return code;
 }
 
 int load_matrix_bmp(char const* path) {

@@ -1,12 +1,15 @@
 // The run-length pattern screens: each source row is walked in runs of equal
 // grey, and each run is copied from its grey value's stored pattern as whole
 // bytes, merging only a partial first and last byte through the run masks.
+// Where the bank reads as thresholds, the rows are compared and packed
+// instead, to the same bytes.
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 
 #include "frame/layout.h"
 #include "frame/state.h"
+#include "frame/threshold_pack.h"
 #include "screens/loaded/screens.h"
 
 namespace halftone::loaded {
@@ -140,6 +143,46 @@ int pattern_screen(PatternTile const& tile, unsigned char const* source, unsigne
   return 0;
 }
 
+// Whether the run walk comes to every flushed pixel's own code: the masks are
+// those of the bank's loader, and the tile's rows are whole bytes that wrap
+// where the tile does.
+bool masks_are(RunMasks const& masks) {
+  return std::memcmp(stores().RunHeadMasks, masks.head, 8) == 0 &&
+         std::memcmp(stores().RunTailMasks, masks.tail, 8) == 0;
+}
+
+// The screens on a threshold bank (PatternThresholds): each row compared with
+// its pattern row's thresholds, `tile_width` a power of two. The run walk
+// comes to the same, save for the last pixel of a row that differs from the
+// one before it, which no run flushes, and a row of one pixel.
+template <int Levels>
+int threshold_pattern_screen(PatternThresholds<Levels> const& limits, std::uint32_t tile_width,
+                             Modulus tile_height, unsigned char const* source, unsigned char* dots,
+                             std::uint32_t width, std::uint32_t height, std::uint32_t control) {
+  constexpr unsigned kBits = Levels == 1 ? 1 : 2;
+  const std::uint32_t out_stride = kBits == 1 ? dot_stride(width) : dot2_stride(width);
+  const auto [planes, src, out] = PlaneCall(source, dots, width, height, control, out_stride);
+  if (width < 2) return 0;
+  const DotTest test = limits.at_most ? DotTest::AtMost : DotTest::Below;
+  const std::uint32_t last = width - 1;
+  const auto last_bits =
+      static_cast<unsigned char>(~(((1u << kBits) - 1u) << (8 - kBits - (last * kBits) % 8)));
+  ThresholdRing rings[Levels];
+  for (std::uint32_t y = 0; y < height; ++y) {
+    for (int k = 0; k < Levels; ++k) rings[k].assign(limits.t[k][tile_height(y)], tile_width);
+    for (std::size_t p = 0; p < planes; ++p) {
+      unsigned char const* s = src.row(p, y);
+      unsigned char* o = out.row(p, y);
+      if constexpr (Levels == 1)
+        threshold_pack_row(s, o, width, rings[0], 0, test);
+      else
+        threshold_pack2_row(s, o, width, rings, 0, test);
+      if (s[last] != s[last - 1]) o[last * kBits / 8] &= last_bits;
+    }
+  }
+  return 0;
+}
+
 // The fixed 256 x 256 tiles, addressed by the low 8 bits of row and column.
 PatternTile fixed_tile(std::uint8_t const* bank, std::size_t bank_size, std::size_t slot_pitch,
                        std::size_t row_pitch) {
@@ -168,11 +211,19 @@ int geometry_pattern_screen(unsigned char const* source, unsigned char* dots, st
                             Modulus(static_cast<std::uint32_t>(g.width)),
                             Modulus(static_cast<std::uint32_t>(g.height)),
                             Modulus(static_cast<std::uint32_t>(g.row_bytes))};
+  if (stores().PatternLimits1.usable && masks_are(kRunMasks1) && tile.tile_width.pow2 &&
+      g.width >= 8 && g.row_bytes * 8 == g.width)
+    return threshold_pattern_screen(stores().PatternLimits1,
+                                    static_cast<std::uint32_t>(tile.tile_width.n), tile.tile_height,
+                                    source, dots, width, height, control);
   return pattern_screen<3>(tile, source, dots, width, height, control);
 }
 
 int fixed_pattern_screen(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                          std::uint32_t height, std::uint32_t control) {
+  if (stores().PatternLimits1.usable && masks_are(kRunMasks1))
+    return threshold_pattern_screen(stores().PatternLimits1, 256, Modulus(256), source, dots, width,
+                                    height, control);
   const PatternTile tile =
       fixed_tile(&stores().TonePatternBank[0][0][0], sizeof stores().TonePatternBank,
                  sizeof stores().TonePatternBank[0], sizeof stores().TonePatternBank[0][0]);
@@ -181,6 +232,9 @@ int fixed_pattern_screen(unsigned char const* source, unsigned char* dots, std::
 
 int fixed_pattern2_screen(unsigned char const* source, unsigned char* dots, std::uint32_t width,
                           std::uint32_t height, std::uint32_t control) {
+  if (stores().PatternLimits2.usable && masks_are(kRunMasks2))
+    return threshold_pattern_screen(stores().PatternLimits2, 256, Modulus(256), source, dots, width,
+                                    height, control);
   const PatternTile tile =
       fixed_tile(&stores().TonePatternBank2[0][0][0], sizeof stores().TonePatternBank2,
                  sizeof stores().TonePatternBank2[0], sizeof stores().TonePatternBank2[0][0]);
