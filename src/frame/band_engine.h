@@ -247,6 +247,9 @@ struct PolicyBase {
   // again wrapped where one leaves the 16-bit range (see scan_with); for
   // 16-bit rules whose chain is what bounds them.
   static constexpr bool kUnwrappedRows = false;
+  // In lanes, the rule reads the value only through its low 16 bits, so the
+  // line's cell and the share ahead are added without the wrap.
+  static constexpr bool kLaneSumUnwrapped = false;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
   // After reseeding, before any plane: a policy whose draws follow from the
@@ -549,7 +552,11 @@ class BandEngine {
   static inline V lane_step(Policy& policy, LaneRow const& row, std::uint32_t x, V incoming,
                             Out& out, Random& rng) {
     // Lanes wrap as the lines do: no store() needed.
-    const V v = line_sum(row.cur[x], incoming);
+    V v;
+    if constexpr (Policy::kLaneSumUnwrapped)
+      v = row.cur[x] + incoming;
+    else
+      v = line_sum(row.cur[x], incoming);
     const auto sh = policy.template pixel<D, R>(v, LanePixel<V>{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
       if constexpr (Policy::kValueLines)

@@ -14,6 +14,7 @@
 // which puts the pixel's dot or code and returns the error it passes on.
 #pragma once
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/band_engine.h"
 #include "frame/cascades.h"
@@ -35,6 +36,7 @@ constexpr std::uint32_t kOffsetTile = 240;
 // and never wrap).
 struct OneBitDot {
   static constexpr unsigned kBits = 1;
+  static constexpr bool kReadsLow16 = false;  // the sums are 32-bit
   template <class V, class Px, class Out>
   V operator()(V v, Px const& px, Out& out, V push) const {
     out.put(px.x, dot_code(at_most(v, 128)));
@@ -94,6 +96,7 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
 #if defined(__GNUC__) || defined(__clang__)
   static constexpr bool kLaneRule = true;
   using LaneValue = Lanes32;
+  static constexpr bool kLaneSumUnwrapped = Quantiser::kReadsLow16;
 #endif
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
@@ -134,11 +137,26 @@ struct FourLevelCodes {
   BracketedFourLevel cascade{ScreenParameterBytes()};
 
   static constexpr unsigned kBits = 2;
+  // In lanes the decision and the error read the value's low 16 bits only.
+  static constexpr bool kReadsLow16 = true;
   template <class V, class Px, class Out>
   V operator()(V v, Px const& px, Out& out, V push) const {
-    const DecisionOf<V> d = cascade.decide_any(V(wrap16(v)), static_cast<V>(px.s));
-    out.put(px.x, d.code);
-    return d.e + push;
+#if defined(__GNUC__) || defined(__clang__)
+    if constexpr (std::is_same_v<V, Lanes32>) {
+      // The decision reads v as a 16-bit value and its error is one: on the
+      // low 16-bit halves of the words, no wrap is needed before it. The
+      // high halves decide nothing that is kept (codes are bytes).
+      const DecisionOf<Lanes> d =
+          cascade.decide_any(reinterpret_cast<Lanes>(v), reinterpret_cast<Lanes>(px.s));
+      out.put(px.x, reinterpret_cast<Lanes32>(d.code));
+      return wrap16(reinterpret_cast<Lanes32>(d.e)) + push;
+    } else
+#endif
+    {
+      const DecisionOf<V> d = cascade.decide_any(V(wrap16(v)), static_cast<V>(px.s));
+      out.put(px.x, d.code);
+      return d.e + push;
+    }
   }
 };
 
