@@ -71,11 +71,15 @@ void derive(std::uint8_t const* slots, std::size_t slot_pitch, std::size_t row_p
         }
       }
     }
+    if (grows != 0) {  // not a threshold bank: nothing more to learn
+      limits.usable = 0;
+      return;
+    }
   }
   bool none = false, all = false;  // cells never and always inked
   for (const std::uint16_t t : first) none |= t == 0, all |= t == 256;
   // v < t needs every t below 256; v <= t - 1 every t above 0.
-  limits.usable = grows == 0 && !(none && all);
+  limits.usable = !(none && all);
   limits.at_most = all;
   std::uint8_t* out = &limits.t[0][0][0];
   for (std::size_t i = 0; i < first.size(); ++i)
