@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 namespace halftone::cups_filter {
 
@@ -17,9 +16,7 @@ Spool::~Spool() {
 std::string Spool::open() {
   char const* folder = std::getenv("TMPDIR");
   if (folder == nullptr || folder[0] == '\0') folder = "/tmp";
-  std::string name = std::string(folder) + "/rastertohalftone-XXXXXX";
-  std::vector<char> path(name.begin(), name.end());
-  path.push_back('\0');
+  std::string path = std::string(folder) + "/rastertohalftone-XXXXXX";
   fd_ = ::mkstemp(path.data());
   if (fd_ < 0)
     return "cannot make a spool file in " + std::string(folder) + ": " + std::strerror(errno);
