@@ -46,6 +46,7 @@
 #include "frame/plane_threads.h"
 #include "frame/random_jump.h"
 #include "frame/state.h"
+#include "frame/threshold_pack.h"
 
 namespace halftone::engine {
 
@@ -232,13 +233,14 @@ struct PolicyBase {
   static constexpr unsigned kBits = 1;
   static constexpr DrawCount kDraws = kDrawsVary;
   // Draws that follow from the source alone: with kDrawsBySource, a pixel of
-  // a row running in direction D draws once where draws_at<D>(its grey) and
-  // never otherwise, and rows alternate from left to right. A plane's draws
-  // are then counted from its source before any plane is screened.
+  // a row running in direction D draws once where its grey is below
+  // draws_below<D>() and never otherwise, and rows alternate from left to
+  // right. A plane's draws are then counted from its source before any plane
+  // is screened.
   static constexpr bool kDrawsBySource = false;
   template <Dir D>
-  static bool draws_at(std::uint32_t /*grey*/) {
-    return false;
+  static constexpr std::uint32_t draws_below() {
+    return 0;
   }
   // The pixel rule is written for Lanes too and the scan direction depends
   // on the row alone: the planes may run side by side in lanes.
@@ -351,9 +353,7 @@ class BandEngine {
   }
   template <Dir D>
   std::uint32_t row_source_draws(unsigned char const* row) const {
-    std::uint32_t n = 0;
-    for (std::uint32_t x = 0; x < width_; ++x) n += Policy::template draws_at<D>(row[x]);
-    return n;
+    return count_below(row, width_, Policy::template draws_below<D>());
   }
 
   // Lanes take the planes' parallelism into one thread: they pay while each

@@ -245,6 +245,34 @@ void threshold_pack2_row(unsigned char const* source, unsigned char* out, std::u
   plain_tail2(source, out, 0, width, rings, shift, test);
 }
 
+std::uint32_t count_below(unsigned char const* greys, std::uint32_t count, std::uint32_t limit,
+                          VectorPath path) {
+  if (limit == 0) return 0;
+  if (limit > 255) return count;
+  std::uint32_t below = 0, x = 0;
+#ifdef HALFTONE_SSE2
+  if (path != VectorPath::Plain) {
+    // A grey is below the limit where it saturates to 0 less limit - 1; the
+    // compare's 0xFF bytes are summed by psadbw, 255 each.
+    const __m128i top = _mm_set1_epi8(static_cast<char>(limit - 1));
+    const __m128i zero = _mm_setzero_si128();
+    __m128i sums = zero;
+    for (; x + 16 <= count; x += 16) {
+      const __m128i g = _mm_loadu_si128(reinterpret_cast<__m128i const*>(greys + x));
+      sums = _mm_add_epi64(sums, _mm_sad_epu8(_mm_cmpeq_epi8(_mm_subs_epu8(g, top), zero), zero));
+    }
+    const auto lanes =
+        static_cast<std::uint64_t>(_mm_cvtsi128_si64(sums)) +
+        static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
+    below = static_cast<std::uint32_t>(lanes / 255);
+  }
+#else
+  (void)path;
+#endif
+  for (; x < count; ++x) below += greys[x] < limit;
+  return below;
+}
+
 char const* threshold_pack_path() {
 #ifdef HALFTONE_AVX2
   if (cpu_has_avx2()) return "avx2";

@@ -61,6 +61,11 @@ void threshold_pack2_row(unsigned char const* source, unsigned char* out, std::u
                          ThresholdRing const (&rings)[3], std::uint32_t shift, DotTest test,
                          VectorPath path = VectorPath::Best);
 
+// How many of the `count` greys are below `limit` (0 to 256), sixteen at a
+// time where SSE2 is present (Best, Sse2), plain code otherwise.
+std::uint32_t count_below(unsigned char const* greys, std::uint32_t count, std::uint32_t limit,
+                          VectorPath path = VectorPath::Best);
+
 // The path Best takes on this CPU: "avx2", "sse2" or "plain".
 char const* threshold_pack_path();
 

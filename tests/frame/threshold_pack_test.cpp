@@ -57,5 +57,22 @@ TEST(ThresholdPack, EveryPathMatchesThePixelRule) {
           }
 }
 
+// Counting the greys below a limit: every limit the screens could name,
+// rows shorter and longer than a vector, each path.
+TEST(ThresholdPack, CountBelowMatchesTheCount) {
+  std::mt19937 gen(5);
+  for (VectorPath path : {VectorPath::Best, VectorPath::Sse2, VectorPath::Plain})
+    for (std::uint32_t width : {0u, 1u, 15u, 16u, 17u, 33u, 4960u})
+      for (std::uint32_t limit : {0u, 1u, 128u, 203u, 255u, 256u}) {
+        std::vector<unsigned char> grey(width);
+        for (auto& v : grey)
+          v = static_cast<unsigned char>(gen() % 3 == 0 ? 255 * (gen() & 1) : gen());
+        std::uint32_t want = 0;
+        for (unsigned char v : grey) want += v < limit;
+        EXPECT_EQ(count_below(grey.data(), width, limit, path), want)
+            << "path " << static_cast<int>(path) << " width " << width << " limit " << limit;
+      }
+}
+
 }  // namespace
 }  // namespace halftone

@@ -260,8 +260,8 @@ struct ToneBanded : engine::PolicyBase<std::int16_t> {
   static constexpr std::int16_t kCarryStart = Rules::kCarryStart;
   static constexpr bool kDrawsBySource = true;
   template <Dir D>
-  static bool draws_at(std::uint32_t s) {
-    return Rules::template draws_at<D>(s);
+  static constexpr std::uint32_t draws_below() {
+    return Rules::template draws_below<D>();
   }
 
   template <Dir D, Role R, class Rng>
@@ -294,8 +294,8 @@ template <class R>
 struct ThreeBands {
   // Below the high band every pixel makes one draw.
   template <Dir D>
-  static bool draws_at(std::uint32_t s) {
-    return s < (D == Dir::Ltr ? R::kLtr : R::kRtl).high;
+  static constexpr std::uint32_t draws_below() {
+    return (D == Dir::Ltr ? R::kLtr : R::kRtl).high;
   }
 
   template <Dir D, class Rng>
@@ -339,8 +339,8 @@ struct FiveBandRules {
 
   // Below 203 every pixel makes one draw.
   template <Dir D>
-  static bool draws_at(std::uint32_t s) {
-    return s < 203;
+  static constexpr std::uint32_t draws_below() {
+    return 203;
   }
   template <Dir D, class Rng>
   static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, Rng& rng) {
@@ -361,8 +361,8 @@ struct HalvesRules {
   static constexpr std::int16_t kCarryStart = 0;
   static constexpr NoiseColumns kNoiseColumns = NoiseColumns::None;
   template <Dir D>
-  static bool draws_at(std::uint32_t) {
-    return false;
+  static constexpr std::uint32_t draws_below() {
+    return 0;
   }
 
   template <Dir D, class Rng>
