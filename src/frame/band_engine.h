@@ -29,10 +29,12 @@
 // Every role is a compile-time parameter, so each screen's rules inline into
 // one loop per row kind and direction with no per-pixel dispatch.
 #pragma once
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -391,41 +393,51 @@ class BandEngine {
   // other: each plane starts from the generator as the planes before it
   // leave it (the shared generator jumped ahead by their draws) and the
   // shared generator ends where the last plane leaves it. The planes run in
-  // runs on `threads` threads, and within a run two at a time, their pixels
-  // interleaved: the two planes' pixel-to-pixel chains are independent, so
-  // the processor works on both at once. Every plane of a pair has working
-  // lines and a copy of the policy of its own.
+  // runs on `threads` threads, and within a run up to kGroup at a time,
+  // their pixels interleaved: the planes' pixel-to-pixel chains are
+  // independent, so the processor works on them all at once. Every plane of
+  // a group has working lines and a copy of the policy of its own. Rules
+  // written for lanes come here only for runs of two planes (several_planes).
+  static constexpr std::uint32_t kGroup = Policy::kLaneRule ? 2 : 4;
+
   void planes_at_once(BandLines<T>& lines, unsigned threads) {
     const std::uint32_t planes = control_.planes;
     FeedbackRandom& shared = screening_random();
     std::vector<FeedbackRandom> start;  // the generator at each plane's start
     start.reserve(planes + 1);
     for (RandomTable const& table : plane_starts()) start.push_back(generator_at(table));
-    // Two pairs of working lines a run; the first run's first pair is the
-    // held one.
+    // A group's working lines for each run; the first run's first plane
+    // works in the held lines.
     const std::uint32_t runs = plane_runs(planes, threads);
-    std::vector<std::unique_ptr<T[]>> own(4 * runs);
+    std::vector<std::unique_ptr<T[]>> own(2 * kGroup * runs);
     for (std::size_t i = 2; i < own.size(); ++i) own[i].reset(new T[width_ + 1]());
     for_plane_runs(planes, runs, [&](std::uint32_t first, std::uint32_t end) {
       std::uint32_t k = 0;
       while (plane_run_start(planes, runs, k) != first) ++k;
-      T* const a0 = k == 0 ? lines.ValueLineA() : own[4 * k].get();
-      T* const b0 = k == 0 ? lines.ValueLineB() : own[4 * k + 1].get();
-      T* const a1 = own[4 * k + 2].get();
-      T* const b1 = own[4 * k + 3].get();
-      Policy policy0 = policy_, policy1 = policy_;
-      BandEngine e0(policy0, source_, dots_, width_, height_, control_);
-      BandEngine e1(policy1, source_, dots_, width_, height_, control_);
+      const auto line = [&](std::uint32_t i) {
+        return k == 0 && i < 2 ? (i == 0 ? lines.ValueLineA() : lines.ValueLineB())
+                               : own[2 * kGroup * k + i].get();
+      };
+      std::vector<Policy> policies(kGroup, policy_);
+      std::vector<BandEngine> engines;
+      engines.reserve(kGroup);
+      for (Policy& policy : policies)
+        engines.emplace_back(policy, source_, dots_, width_, height_, control_);
+      const auto members = [&]<std::uint32_t... I>(std::uint32_t p,
+                                                   std::integer_sequence<std::uint32_t, I...>) {
+        return std::array<GroupMember, sizeof...(I)>{
+            GroupMember{&engines[I], line(2 * I), line(2 * I + 1), lines.CarryLine(p + I, width_),
+                        p + I, &start[p + I]}...};
+      };
       std::uint32_t p = first;
-      for (; p + 1 < end; p += 2) {
-        FeedbackRandom g0 = start[p], g1 = start[p + 1];
-        plane_pair(e0, a0, b0, lines.CarryLine(p, width_), p, g0, e1, a1, b1,
-                   lines.CarryLine(p + 1, width_), p + 1, g1);
-      }
-      if (p < end) {
-        FeedbackRandom g = start[p];
-        e0.plane(a0, b0, lines.CarryLine(p, width_), p, g);
-      }
+      for (; end - p >= kGroup; p += kGroup)
+        plane_group(members(p, std::make_integer_sequence<std::uint32_t, kGroup>{}));
+      if constexpr (kGroup > 2)
+        if (end - p >= 2) {
+          plane_group(members(p, std::make_integer_sequence<std::uint32_t, 2>{}));
+          p += 2;
+        }
+      if (p < end) engines[0].plane(line(0), line(1), lines.CarryLine(p, width_), p, start[p]);
     });
     shared = start[planes];
   }
@@ -581,73 +593,102 @@ class BandEngine {
                r};
   }
 
-  // Two planes row by row; rows that run the same way are scanned together.
-  static void plane_pair(BandEngine& e0, T* a0, T* b0, T* c0, std::uint32_t p0, FeedbackRandom& g0,
-                         BandEngine& e1, T* a1, T* b1, T* c1, std::uint32_t p1,
-                         FeedbackRandom& g1) {
-    e0.begin(a0, c0, p0);
-    e1.begin(a1, c1, p1);
-    const std::uint32_t height = e0.height_;
+  // A plane of a group: its engine, working lines, carry line, number and
+  // generator.
+  struct GroupMember {
+    BandEngine* e;
+    T* a;
+    T* b;
+    T* carry;
+    std::uint32_t p;
+    FeedbackRandom* g;
+  };
+
+  // Planes row by row; where every plane's row runs the same way, the rows
+  // are scanned together.
+  template <std::size_t N>
+  static void plane_group(std::array<GroupMember, N> const& m) {
+    for (GroupMember const& g : m) g.e->begin(g.a, g.carry, g.p);
+    const std::uint32_t height = m[0].e->height_;
     for (std::uint32_t r = 0; r < height; ++r) {
-      const Row r0 = e0.row_of(a0, b0, c0, p0, r);
-      const Row r1 = e1.row_of(a1, b1, c1, p1, r);
-      const Dir d0 = e0.policy_.begin_row(p0, r);
-      const Dir d1 = e1.policy_.begin_row(p1, r);
+      std::array<Row, N> rows;
+      std::array<Dir, N> dirs;
+      bool same = true;
+      for (std::size_t i = 0; i < N; ++i) {
+        rows[i] = m[i].e->row_of(m[i].a, m[i].b, m[i].carry, m[i].p, r);
+        dirs[i] = m[i].e->policy_.begin_row(m[i].p, r);
+        same = same && dirs[i] == dirs[0];
+      }
       const bool last = r + 1 == height;
-      if (d0 != d1) {
-        e0.scan_row(r0, d0, last, g0);
-        e1.scan_row(r1, d1, last, g1);
+      if (!same) {
+        for (std::size_t i = 0; i < N; ++i) m[i].e->scan_row(rows[i], dirs[i], last, *m[i].g);
       } else {
-        by_row_kind(d0, last, [&](auto kind) {
+        by_row_kind(dirs[0], last, [&](auto kind) {
           using K = decltype(kind);
-          scan_pair<K::kDir, K::kBody, K::kEnd>(e0, r0, g0, e1, r1, g1);
+          with_group_draws<K::kDir, K::kBody, K::kEnd>(m, rows, [&](auto&... rng) {
+            with_group_policies(m, [&](auto&... policy) {
+              scan_group<K::kDir, K::kBody, K::kEnd>(m, rows, std::tie(policy...),
+                                                     std::tie(rng...));
+            });
+          });
         });
       }
     }
-    e0.policy_.end_plane(p0);
-    e1.policy_.end_plane(p1);
+    for (GroupMember const& g : m) g.e->policy_.end_plane(g.p);
   }
 
-  template <Dir D, Role Body, Role End>
-  static void scan_pair(BandEngine& e0, Row const& r0, FeedbackRandom& g0, BandEngine& e1,
-                        Row const& r1, FeedbackRandom& g1) {
-    e0.template with_row_draws<D, Body, End>(r0, g0, [&](auto& rng0) {
-      e1.template with_row_draws<D, Body, End>(
-          r1, g1, [&](auto& rng1) { scan_pair_with<D, Body, End>(e0, r0, rng0, e1, r1, rng1); });
-    });
-  }
-
-  // Pairs keep their values wrapped: two chains side by side are bound by
-  // their number of instructions more than by either chain, and the range
-  // mask would add to it.
-  template <Dir D, Role Body, Role End, class Rng0, class Rng1>
-  static void scan_pair_with(BandEngine& e0, Row const& r0_in, Rng0& rng0, BandEngine& e1,
-                             Row const& r1_in, Rng1& rng1) {
-    e0.with_scan_policy([&](Policy& p0) {
-      e1.with_scan_policy([&](Policy& p1) {
-        using Acc = typename Policy::Acc;
-        const Row r0 = r0_in, r1 = r1_in;
-        const std::uint32_t width = e0.width_;
-        std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
-        RowOut<Policy::kBits> out0(r0.out, x, e0.codes_.get()), out1(r1.out, x, e1.codes_.get());
-        Acc ahead0{}, ahead1{};
-        std::uint32_t range = 0;  // unused
-        for (std::uint32_t n = width - 1; n != 0; --n) {
-          ahead0 = step<D, Body>(p0, r0, x, ahead0, out0, rng0, range);
-          ahead1 = step<D, Body>(p1, r1, x, ahead1, out1, rng1, range);
-          out0.template after<D>(x, false);
-          out1.template after<D>(x, false);
-          if constexpr (D == Dir::Ltr)
-            ++x;
-          else
-            --x;
-        }
-        (void)step<D, End>(p0, r0, x, ahead0, out0, rng0, range);
-        (void)step<D, End>(p1, r1, x, ahead1, out1, rng1, range);
-        out0.template after<D>(x, true);
-        out1.template after<D>(x, true);
+  // Calls f with each member's row draws (with_row_draws), in member order.
+  template <Dir D, Role Body, Role End, std::size_t K = 0, std::size_t N, class F, class... Rng>
+  static void with_group_draws(std::array<GroupMember, N> const& m, std::array<Row, N> const& rows,
+                               F&& f, Rng&... rng) {
+    if constexpr (K == N)
+      f(rng...);
+    else
+      m[K].e->template with_row_draws<D, Body, End>(rows[K], *m[K].g, [&](auto& next) {
+        with_group_draws<D, Body, End, K + 1>(m, rows, f, rng..., next);
       });
-    });
+  }
+
+  // Calls f with each member's scan policy (with_scan_policy), in member order.
+  template <std::size_t K = 0, std::size_t N, class F, class... P>
+  static void with_group_policies(std::array<GroupMember, N> const& m, F&& f, P&... policy) {
+    if constexpr (K == N)
+      f(policy...);
+    else
+      m[K].e->with_scan_policy(
+          [&](Policy& next) { with_group_policies<K + 1>(m, f, policy..., next); });
+  }
+
+  // Groups keep their values wrapped: chains side by side are bound by
+  // their number of instructions more than by any one chain, and the range
+  // mask would add to it.
+  template <Dir D, Role Body, Role End, std::size_t N, class Policies, class Rngs>
+  static void scan_group(std::array<GroupMember, N> const& m, std::array<Row, N> const& rows,
+                         Policies policies, Rngs rngs) {
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+      using Acc = typename Policy::Acc;
+      const std::uint32_t width = m[0].e->width_;
+      std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
+      RowOut<Policy::kBits> out[N] = {
+          RowOut<Policy::kBits>(rows[I].out, x, m[I].e->codes_.get())...};
+      Acc ahead[N] = {};
+      std::uint32_t range = 0;  // unused
+      for (std::uint32_t n = width - 1; n != 0; --n) {
+        ((ahead[I] = step<D, Body>(std::get<I>(policies), rows[I], x, ahead[I], out[I],
+                                   std::get<I>(rngs), range)),
+         ...);
+        (out[I].template after<D>(x, false), ...);
+        if constexpr (D == Dir::Ltr)
+          ++x;
+        else
+          --x;
+      }
+      ((void)step<D, End>(std::get<I>(policies), rows[I], x, ahead[I], out[I], std::get<I>(rngs),
+                          range),
+       ...);
+      (out[I].template after<D>(x, true), ...);
+    }
+    (std::make_index_sequence<N>{});
   }
 
   // The plane's first row from the source (or the screen's base) and the
