@@ -7,7 +7,7 @@
 // lines, the row-end pixel and the band's last row that hands its error down
 // into the carry line for the next band.
 //
-// Planes run one after the other, two at a time with their pixels
+// Planes run one after the other, up to four at a time with their pixels
 // interleaved, or up to four at a time in vector lanes when the policy's
 // rule is written for lanes too (kLaneRule); in every case each plane starts
 // from the generator as the planes before it would leave it, so the bytes

@@ -11,7 +11,8 @@
 // name gives.
 //
 // The lanes use the GCC/Clang vector extensions; with other compilers the
-// engine screens the planes one or two at a time.
+// engine screens the planes one, two or four at a time, their pixels
+// interleaved.
 #pragma once
 #include <cstdint>
 #include <type_traits>
