@@ -409,18 +409,20 @@ class BandEngine {
     // A group's working lines for each run; the first run's first plane
     // works in the held lines.
     const std::uint32_t runs = plane_runs(planes, threads);
-    std::vector<std::unique_ptr<T[]>> own(2 * kGroup * runs);
+    const std::uint32_t longest = (planes + runs - 1) / runs;
+    const std::uint32_t group = longest < kGroup ? longest : kGroup;
+    std::vector<std::unique_ptr<T[]>> own(2 * group * runs);
     for (std::size_t i = 2; i < own.size(); ++i) own[i].reset(new T[width_ + 1]());
     for_plane_runs(planes, runs, [&](std::uint32_t first, std::uint32_t end) {
       std::uint32_t k = 0;
       while (plane_run_start(planes, runs, k) != first) ++k;
       const auto line = [&](std::uint32_t i) {
         return k == 0 && i < 2 ? (i == 0 ? lines.ValueLineA() : lines.ValueLineB())
-                               : own[2 * kGroup * k + i].get();
+                               : own[2 * group * k + i].get();
       };
-      std::vector<Policy> policies(kGroup, policy_);
+      std::vector<Policy> policies(group, policy_);
       std::vector<BandEngine> engines;
-      engines.reserve(kGroup);
+      engines.reserve(group);
       for (Policy& policy : policies)
         engines.emplace_back(policy, source_, dots_, width_, height_, control_);
       const auto members = [&]<std::uint32_t... I>(std::uint32_t p,
