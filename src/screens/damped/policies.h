@@ -297,12 +297,13 @@ struct ThreeBands {
     return (D == Dir::Ltr ? R::kLtr : R::kRtl).high;
   }
 
+  // The bands are tested from the darkest, the widest, up.
   template <Dir D, class Rng>
   static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, Rng& rng) {
     constexpr Bands bands = D == Dir::Ltr ? R::kLtr : R::kRtl;
-    if (s >= bands.high) return (x & 1u) ? R::lesser(e) : two_thirds(e);
-    if (s >= bands.middle) return on_bit(rng, R::lesser(e), two_thirds(e));
-    return on_bit(rng, e, shift_half(e));
+    if (s < bands.middle) return on_bit(rng, e, shift_half(e));
+    if (s < bands.high) return on_bit(rng, R::lesser(e), two_thirds(e));
+    return (x & 1u) ? R::lesser(e) : two_thirds(e);
   }
 };
 
@@ -341,16 +342,18 @@ struct FiveBandRules {
   static constexpr std::uint32_t draws_below() {
     return 203;
   }
+  // The bands are tested from the darkest, the widest (176 greys), up: on a
+  // page of every grey most pixels then take one test where they took four.
   template <Dir D, class Rng>
   static std::int32_t along(std::int32_t e, std::uint32_t s, std::uint32_t x, Rng& rng) {
-    if (s > 240) return two_thirds(e);
-    if (s >= 229) return D == Dir::Ltr ? half(e) : two_thirds(e);
-    if (s >= 203) {
+    if (s < 176) return on_bit(rng, e, half(e));
+    if (s < 203) return on_bit(rng, two_thirds(e), half(e));
+    if (s < 229) {
       const bool odd = (x & 1u) != 0;
       return (D == Dir::Ltr ? !odd : odd) ? two_thirds(e) : half(e);
     }
-    if (s >= 176) return on_bit(rng, two_thirds(e), half(e));
-    return on_bit(rng, e, half(e));
+    if (s <= 240) return D == Dir::Ltr ? half(e) : two_thirds(e);
+    return two_thirds(e);
   }
 };
 
