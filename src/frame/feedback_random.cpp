@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <ctime>
+#include <utility>
 
 #if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>
@@ -48,9 +49,9 @@ namespace {
 // Words three at a time: word n is word n - 3 plus word n - 31, so the three
 // words of triple k (words 3k to 3k + 2) are those of triple k - 1 plus
 // words 3k - 31 to 3k - 29, the last word of triple k - 11 and the first two
-// of triple k - 10. The last eleven triples stay in registers: the chain from
-// triple to triple is one vector add, and no word is read back from memory
-// (a load spanning two recent stores waits for both). A triple keeps its
+// of triple k - 10. The last eleven triples stay in registers: the chain is
+// one vector add for every two triples (triple_pair), and no word is read
+// back from memory (a load spanning two recent stores waits for both). A triple keeps its
 // words in lanes 0, 2 and 3, so that one shuffle gathers the addends.
 using Triple = __m128i;
 
@@ -63,49 +64,56 @@ inline Triple addends(Triple older, Triple old) {
       _mm_shuffle_ps(_mm_castsi128_ps(older), _mm_castsi128_ps(old), _MM_SHUFFLE(2, 0, 0, 3)));
 }
 
-// Triple k from triples k - 11, k - 10 and k - 1; its draws (word >> 1) go
-// to out with a fourth word after them that the next store overwrites.
-inline Triple triple_step(Triple older, Triple old, Triple last, std::uint32_t* out) {
-  const Triple t = _mm_add_epi32(last, addends(older, old));
+// Writes a triple's draws (word >> 1) to out, with a fourth word after
+// them that the next store overwrites.
+inline void put_draws(Triple t, std::uint32_t* out) {
   const Triple words = _mm_shuffle_epi32(t, _MM_SHUFFLE(3, 3, 2, 0));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_srli_epi32(words, 1));
-  return t;
 }
 
-// Draws of the table `w` (31 words, oldest first) into out, 33 at a time,
-// while more than 33 remain (each block's last store reaches one word
+// Triples k and k + 1, k = K mod 11, over triples k - 11 and k - 10 in
+// `r`. Triple k + 1 is triple k - 1 plus both triples' addends, so the
+// chain takes one vector add for two triples; the addends' sum is worked
+// out beside it.
+template <int K>
+inline void triple_pair(Triple (&r)[11], std::uint32_t* out) {
+  Triple& older = r[K % 11];      // triple k - 11, then k
+  Triple& old = r[(K + 1) % 11];  // triple k - 10, then k + 1
+  const Triple next = r[(K + 2) % 11];
+  const Triple last = r[(K + 10) % 11];
+  const Triple a = addends(older, old);
+  const Triple b = addends(old, next);
+  older = _mm_add_epi32(last, a);
+  old = _mm_add_epi32(last, _mm_add_epi32(a, b));
+  put_draws(older, out + 3 * K);
+  put_draws(old, out + 3 * K + 3);
+}
+
+template <int... I>
+inline void triple_block(Triple (&r)[11], std::uint32_t* out, std::integer_sequence<int, I...>) {
+  (triple_pair<2 * I>(r, out), ...);
+}
+
+// Draws of the table `w` (31 words, oldest first) into out, 66 at a time,
+// while more than 66 remain (each block's last store reaches one word
 // past it); w then holds the newest 31 words. Returns the number made.
-constexpr std::size_t kTripleBlock = 33;
+constexpr std::size_t kTripleBlock = 66;
 
 std::size_t fill_triples(std::uint32_t (&w)[FeedbackRandom::kDegree], std::uint32_t* out,
                          std::size_t n) {
-  constexpr std::size_t kBlock = kTripleBlock;
-  // Triples -11 to -1: words -33 to -1, of which the first two are never used.
-  // Eleven variables, not an array, so that they stay in registers; each
-  // block writes triple k over triple k - 11.
-  Triple r0 = triple_of(0, 0, w[0]), r1 = triple_of(w[1], w[2], w[3]),
-         r2 = triple_of(w[4], w[5], w[6]), r3 = triple_of(w[7], w[8], w[9]),
-         r4 = triple_of(w[10], w[11], w[12]), r5 = triple_of(w[13], w[14], w[15]),
-         r6 = triple_of(w[16], w[17], w[18]), r7 = triple_of(w[19], w[20], w[21]),
-         r8 = triple_of(w[22], w[23], w[24]), r9 = triple_of(w[25], w[26], w[27]),
-         r10 = triple_of(w[28], w[29], w[30]);
+  // Triples -11 to -1: words -33 to -1, of which the first two are never
+  // used. A block makes 22 triples, each over the one eleven before it;
+  // the indices are constants, so the eleven stay in registers.
+  Triple r[11] = {triple_of(0, 0, w[0]),          triple_of(w[1], w[2], w[3]),
+                  triple_of(w[4], w[5], w[6]),    triple_of(w[7], w[8], w[9]),
+                  triple_of(w[10], w[11], w[12]), triple_of(w[13], w[14], w[15]),
+                  triple_of(w[16], w[17], w[18]), triple_of(w[19], w[20], w[21]),
+                  triple_of(w[22], w[23], w[24]), triple_of(w[25], w[26], w[27]),
+                  triple_of(w[28], w[29], w[30])};
   std::size_t done = 0;
-  for (; n - done > kBlock; done += kBlock) {
-    std::uint32_t* o = out + done;
-    r0 = triple_step(r0, r1, r10, o);
-    r1 = triple_step(r1, r2, r0, o + 3);
-    r2 = triple_step(r2, r3, r1, o + 6);
-    r3 = triple_step(r3, r4, r2, o + 9);
-    r4 = triple_step(r4, r5, r3, o + 12);
-    r5 = triple_step(r5, r6, r4, o + 15);
-    r6 = triple_step(r6, r7, r5, o + 18);
-    r7 = triple_step(r7, r8, r6, o + 21);
-    r8 = triple_step(r8, r9, r7, o + 24);
-    r9 = triple_step(r9, r10, r8, o + 27);
-    r10 = triple_step(r10, r0, r9, o + 30);
-  }
-  // The newest 33 words, triples r0 to r10; the table keeps the last 31.
-  const Triple r[11] = {r0, r1, r2, r3, r4, r5, r6, r7, r8, r9, r10};
+  for (; n - done > kTripleBlock; done += kTripleBlock)
+    triple_block(r, out + done, std::make_integer_sequence<int, 11>{});
+  // The newest 33 words, triples r[0] to r[10]; the table keeps the last 31.
   alignas(16) std::uint32_t lanes[4];
   std::uint32_t newest[33];
   for (int i = 0; i < 11; ++i) {

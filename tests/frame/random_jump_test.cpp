@@ -20,11 +20,11 @@ bool same(RandomTable const& a, RandomTable const& b) {
 }
 
 TEST(RandomJump, EqualsSingleDraws) {
-  // Around the table length and its multiples, the fill's blocks of 33
-  // (a block runs only while more than 33 remain), and a wide page's band.
-  const std::uint64_t counts[] = {0,  1,  2,    27,   28,   29,   30,    31,
-                                  32, 33, 34,   35,   61,   62,   63,    66,
-                                  67, 93, 1000, 1024, 1025, 4960, 65537, 4960u * 64u * 3u + 7u};
+  // Around the table length and its multiples, the fill's blocks of 66
+  // (a block runs only while more than 66 remain), and a wide page's band.
+  const std::uint64_t counts[] = {
+      0,  1,  2,  27, 28, 29,  30,  31,  32,   33,   34,   35,   61,    62,
+      63, 65, 66, 67, 93, 131, 132, 133, 1000, 1024, 1025, 4960, 65537, 4960u * 64u * 3u + 7u};
   for (std::uint32_t seed : {0u, 1u, 1700000000u}) {
     for (int offset : {0, 5, 29}) {
       FeedbackRandom start;
