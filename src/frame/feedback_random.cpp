@@ -3,6 +3,7 @@
 // clang-format on
 #include "frame/feedback_random.h"
 
+#include <algorithm>
 #include <atomic>
 #include <ctime>
 #include <utility>
@@ -64,11 +65,20 @@ inline Triple addends(Triple older, Triple old) {
       _mm_shuffle_ps(_mm_castsi128_ps(older), _mm_castsi128_ps(old), _MM_SHUFFLE(2, 0, 0, 3)));
 }
 
+// A triple's words in order, and a fourth word after them.
+inline Triple words_of(Triple t) { return _mm_shuffle_epi32(t, _MM_SHUFFLE(3, 3, 2, 0)); }
+
 // Writes a triple's draws (word >> 1) to out, with a fourth word after
 // them that the next store overwrites.
 inline void put_draws(Triple t, std::uint32_t* out) {
-  const Triple words = _mm_shuffle_epi32(t, _MM_SHUFFLE(3, 3, 2, 0));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_srli_epi32(words, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_srli_epi32(words_of(t), 1));
+}
+
+// Writes the words of r[0] to r[10] to out (34 words, the last a spare).
+// The indices are constants, so that r stays in registers.
+template <int... I>
+inline void put_words(Triple const (&r)[11], std::uint32_t* out, std::integer_sequence<int, I...>) {
+  (_mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * I), words_of(r[I])), ...);
 }
 
 // Triples k and k + 1, k = K mod 11, over triples k - 11 and k - 10 in
@@ -99,8 +109,7 @@ inline void triple_block(Triple (&r)[11], std::uint32_t* out, std::integer_seque
 // past it); w then holds the newest 31 words. Returns the number made.
 constexpr std::size_t kTripleBlock = 66;
 
-std::size_t fill_triples(std::uint32_t (&w)[FeedbackRandom::kDegree], std::uint32_t* out,
-                         std::size_t n) {
+std::size_t fill_triples(std::uint32_t* w, std::uint32_t* out, std::size_t n) {
   // Triples -11 to -1: words -33 to -1, of which the first two are never
   // used. A block makes 22 triples, each over the one eleven before it;
   // the indices are constants, so the eleven stay in registers.
@@ -114,43 +123,33 @@ std::size_t fill_triples(std::uint32_t (&w)[FeedbackRandom::kDegree], std::uint3
   for (; n - done > kTripleBlock; done += kTripleBlock)
     triple_block(r, out + done, std::make_integer_sequence<int, 11>{});
   // The newest 33 words, triples r[0] to r[10]; the table keeps the last 31.
-  alignas(16) std::uint32_t lanes[4];
-  std::uint32_t newest[33];
-  for (int i = 0; i < 11; ++i) {
-    _mm_store_si128(reinterpret_cast<__m128i*>(lanes), r[i]);
-    newest[3 * i] = lanes[0];
-    newest[3 * i + 1] = lanes[2];
-    newest[3 * i + 2] = lanes[3];
-  }
-  for (int k = 0; k < FeedbackRandom::kDegree; ++k) w[k] = newest[2 + k];
+  std::uint32_t newest[34];
+  put_words(r, newest, std::make_integer_sequence<int, 11>{});
+  std::copy(newest + 2, newest + 2 + FeedbackRandom::kDegree, w);
   return done;
 }
 
 }  // namespace
 #endif
 
-// The table laid out in draw order ahead of the new words, so that word
-// 31 + i is word i plus word 28 + i; the three newest words stay in registers,
-// as each is the next but two's addend.
+// The table is laid out once in draw order, the new words after it, so that
+// word 31 + i is word i plus word 28 + i, and put back once at the end; the
+// three newest words stay in registers, as each is the next but two's addend.
 void FeedbackRandom::fill(std::uint32_t* out, std::size_t n) {
+  constexpr std::size_t kChunk = 1024;
+  std::uint32_t w[kDegree + kChunk];
+  std::copy(state_ + front_, state_ + kDegree, w);
+  std::copy(state_, state_ + front_, w + (kDegree - front_));
+  const int front = static_cast<int>((front_ + n) % kDegree);
 #if HALFTONE_FILL_TRIPLES
   if (n > kTripleBlock) {
-    std::uint32_t w[kDegree];
-    for (int k = 0; k < kDegree; ++k) w[k] = state_[(front_ + k) % kDegree];
     const std::size_t done = fill_triples(w, out, n);
-    const int front = static_cast<int>((front_ + done) % kDegree);
-    for (int k = 0; k < kDegree; ++k) state_[(front + k) % kDegree] = w[k];
-    front_ = front;
-    rear_ = (front + kDegree - kSeparation) % kDegree;
     out += done;
     n -= done;
   }
 #endif
-  constexpr std::size_t kChunk = 1024;
-  std::uint32_t w[kDegree + kChunk];
   while (n != 0) {
     const std::size_t m = n < kChunk ? n : kChunk;
-    for (int k = 0; k < kDegree; ++k) w[k] = state_[(front_ + k) % kDegree];
     std::uint32_t a = w[28], b = w[29], c = w[30];
     std::size_t i = 0;
     for (; i + 3 <= m; i += 3) {
@@ -168,15 +167,15 @@ void FeedbackRandom::fill(std::uint32_t* out, std::size_t n) {
       w[kDegree + i] = w[i] + w[i + 28];
       out[i] = w[kDegree + i] >> 1;
     }
-    // The table where m single draws would leave it, positions included.
-    const int front = static_cast<int>((front_ + m) % kDegree);
-    for (int k = 0; k < kDegree; ++k)
-      state_[(front + k) % kDegree] = w[m + static_cast<std::size_t>(k)];
-    front_ = front;
-    rear_ = (front + kDegree - kSeparation) % kDegree;
+    std::copy(w + m, w + m + kDegree, w);  // the newest 31 words
     out += m;
     n -= m;
   }
+  // The table where single draws would leave it, positions included.
+  std::copy(w, w + (kDegree - front), state_ + front);
+  std::copy(w + (kDegree - front), w + kDegree, state_);
+  front_ = front;
+  rear_ = (front + kDegree - kSeparation) % kDegree;
 }
 
 FeedbackRandom& screening_random() { return state().random; }
