@@ -52,8 +52,9 @@ namespace {
 // words 3k - 31 to 3k - 29, the last word of triple k - 11 and the first two
 // of triple k - 10. The last eleven triples stay in registers: the chain is
 // one vector add for every two triples (triple_pair), and no word is read
-// back from memory (a load spanning two recent stores waits for both). A triple keeps its
-// words in lanes 0, 2 and 3, so that one shuffle gathers the addends.
+// back from memory (a load spanning two recent stores waits for both). A
+// triple keeps its words in lanes 0, 2 and 3, so that one shuffle gathers
+// the addends.
 using Triple = __m128i;
 
 inline Triple triple_of(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2) {
