@@ -87,10 +87,16 @@ void by_row_kind(Dir dir, bool last, Scan&& scan) {
 
 enum class Reseed { EveryCall, FirstBand, Never };
 
+// What a pixel sends on. With a policy's kAheadInParts, one plane at a time,
+// the share ahead is `ahead - ahead_less`: a rule whose share ends in a
+// correction known early (the sign of a truncating division) hands that over
+// apart, and the next pixel takes it off its line cell before `ahead`
+// arrives, one step off the chain from pixel to pixel.
 template <class Acc>
 struct Shares {
   Acc ahead;
   Acc below;
+  Acc ahead_less{};
 };
 
 struct Pixel {
@@ -254,6 +260,9 @@ struct PolicyBase {
   // In lanes, the rule reads the value only through its low 16 bits, so the
   // line's cell and the share ahead are added without the wrap.
   static constexpr bool kLaneSumUnwrapped = false;
+  // One plane at a time (or in groups), the share ahead comes in two parts
+  // (Shares::ahead_less).
+  static constexpr bool kAheadInParts = false;
   // Before the band's lines are taken: state the policy keeps across bands.
   void begin_band(ScreenControl /*control*/) {}
   // After reseeding, before any plane: a policy whose draws follow from the
@@ -678,11 +687,11 @@ class BandEngine {
       std::uint32_t x = D == Dir::Ltr ? 0 : width - 1;
       RowOut<Policy::kBits> out[N] = {
           RowOut<Policy::kBits>(rows[I].out, x, m[I].e->codes_.get())...};
-      Acc ahead[N] = {};
+      Shares<Acc> sent[N] = {};
       std::uint32_t range = 0;  // unused
       for (std::uint32_t n = width - 1; n != 0; --n) {
-        ((ahead[I] = step<D, Body>(std::get<I>(policies), rows[I], x, ahead[I], out[I],
-                                   std::get<I>(rngs), range)),
+        ((sent[I] = step<D, Body>(std::get<I>(policies), rows[I], x, sent[I], out[I],
+                                  std::get<I>(rngs), range)),
          ...);
         (out[I].template after<D>(x, false), ...);
         if constexpr (D == Dir::Ltr)
@@ -690,7 +699,7 @@ class BandEngine {
         else
           --x;
       }
-      ((void)step<D, End>(std::get<I>(policies), rows[I], x, ahead[I], out[I], std::get<I>(rngs),
+      ((void)step<D, End>(std::get<I>(policies), rows[I], x, sent[I], out[I], std::get<I>(rngs),
                           range),
        ...);
       (out[I].template after<D>(x, true), ...);
@@ -802,17 +811,17 @@ class BandEngine {
     using Acc = typename Policy::Acc;
     std::uint32_t x = D == Dir::Ltr ? 0 : width_ - 1;
     RowOut<Policy::kBits> out(row.out, x, codes_.get());
-    Acc ahead{};
+    Shares<Acc> sent{};
     std::uint32_t range = 0;  // every value + 2^15, or'ed: 16 bits while none wraps
     for (std::uint32_t n = width_ - 1; n != 0; --n) {
-      ahead = step<D, Body, kUnwrapped>(policy, row, x, ahead, out, rng, range);
+      sent = step<D, Body, kUnwrapped>(policy, row, x, sent, out, rng, range);
       out.template after<D>(x, false);
       if constexpr (D == Dir::Ltr)
         ++x;
       else
         --x;
     }
-    (void)step<D, End, kUnwrapped>(policy, row, x, ahead, out, rng, range);
+    (void)step<D, End, kUnwrapped>(policy, row, x, sent, out, rng, range);
     out.template after<D>(x, true);
     return range <= 0xFFFFu;
   }
@@ -832,17 +841,21 @@ class BandEngine {
     }
   }
 
+  // One pixel: its line cell plus what the pixel before sent ahead.
   template <Dir D, Role R, bool kUnwrapped = false, class Rng>
-  static inline typename Policy::Acc step(Policy& policy, Row const& row, std::uint32_t x,
-                                          typename Policy::Acc incoming, RowOut<Policy::kBits>& out,
-                                          Rng& rng, std::uint32_t& range) {
+  static inline Shares<typename Policy::Acc> step(Policy& policy, Row const& row, std::uint32_t x,
+                                                  Shares<typename Policy::Acc> const& sent,
+                                                  RowOut<Policy::kBits>& out, Rng& rng,
+                                                  std::uint32_t& range) {
     using Acc = typename Policy::Acc;
+    Acc cell = row.cur[x];
+    if constexpr (Policy::kAheadInParts) cell -= sent.ahead_less;
     Acc v;
     if constexpr (kUnwrapped) {
-      v = row.cur[x] + incoming;
+      v = cell + sent.ahead;
       range |= static_cast<std::uint32_t>(v) + 0x8000u;
     } else {
-      v = store(T{}, row.cur[x] + incoming);
+      v = store(T{}, cell + sent.ahead);
     }
     const auto sh = policy.template pixel<D, R>(v, Pixel{x, row.y, row.src[x]}, out, rng);
     if constexpr (!is_last_row(R)) {
@@ -853,7 +866,7 @@ class BandEngine {
     } else if constexpr (!Policy::kCarryOnlyAfterRtl || D == Dir::Rtl) {
       row.carry[x] = store(T{}, sh.below);
     }
-    return sh.ahead;
+    return sh;
   }
 
   Policy& policy_;

@@ -100,13 +100,23 @@ constexpr std::int16_t mul16(Part p) {
 constexpr std::int16_t all16(Part p) {
   return p.mul == kAll.mul || p.mul == kTwoThirds.mul ? -1 : 0;
 }
-inline std::int32_t part_of(std::int32_t e, Part p) {
+// The part as its multiply-high and the correction taken off it: the
+// correction follows from e's sign, ready before the product.
+struct Parted {
+  std::int32_t high;
+  std::int32_t less;
+};
+inline Parted parted(std::int32_t e, Part p) {
   // Unsigned, so that a row's unwrapped first run (engine::BandEngine), run
   // again where its values leave the 16-bit range, wraps instead of
   // overflowing on the way.
   const auto product =
       static_cast<std::int32_t>(static_cast<std::uint32_t>(e) * static_cast<std::uint32_t>(p.mul));
-  return (product >> 16) - ((e >> 31) & p.fix);
+  return {product >> 16, (e >> 31) & p.fix};
+}
+inline std::int32_t part_of(std::int32_t e, Part p) {
+  const Parted part = parted(e, p);
+  return part.high - part.less;
 }
 
 #if defined(__GNUC__) || defined(__clang__)

@@ -140,8 +140,9 @@ engine::Shares<Lanes> split_thirds(Lanes e, Lanes r2) {
 // errors, the value (at most 128) or the value - 255, pushed by `push`
 // (0-255, so that neither leaves the 16-bit range), and r2 names each side's
 // part as a multiply-high (engine::part_of), with no select between the
-// cases on the way. Row ends send two thirds below, drawing (and ignoring)
-// r2 where kRowEndDraws.
+// cases on the way. The share ahead comes in two parts (a policy using this
+// sets kAheadInParts). Row ends send two thirds below, drawing (and
+// ignoring) r2 where kRowEndDraws.
 template <Dir D, Role R, bool kRowEndDraws, class Rng>
 engine::Shares<std::int32_t> split_thirds_one_plane(std::int32_t v, std::int32_t push, Rng& rng) {
   const std::int32_t e = select_at_most(v, 128, v + push, v + (push - 255));
@@ -150,7 +151,8 @@ engine::Shares<std::int32_t> split_thirds_one_plane(std::int32_t v, std::int32_t
     return {0, two_thirds(e)};
   }
   ThirdsCase const& c = kThirdsCases<D, R>[rng.two_bits()];
-  return {engine::part_of(e, c.ahead), engine::part_of(e, c.below)};
+  const engine::Parted ahead = engine::parted(e, c.ahead);
+  return {ahead.high, engine::part_of(e, c.below), ahead.less};
 }
 
 // Thirds with the tone push: white pixels are never inked, the error is
@@ -160,6 +162,7 @@ struct TonePush : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 0, 1, 0};
   static constexpr bool kLaneRule = true;
   static constexpr bool kUnwrappedRows = true;
+  static constexpr bool kAheadInParts = true;  // split_thirds_one_plane
   ActiveToneCurves curves = active_curves();
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
@@ -187,6 +190,7 @@ struct InvertedThirds : engine::PolicyBase<std::int16_t> {
   static constexpr engine::DrawCount kDraws{1, 1, 1, 0};
   static constexpr bool kLaneRule = true;
   static constexpr bool kUnwrappedRows = true;
+  static constexpr bool kAheadInParts = true;  // split_thirds_one_plane
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
     const V e = quantise_inverted<true>(v, px, out);
