@@ -259,7 +259,8 @@ struct InvertedQuarters : engine::PolicyBase<std::int16_t> {
 //
 // One plane: what goes ahead is a part of e that the bit picks (a third or
 // all; on the last row a third or none) and the rest goes below, so only the
-// part is worked out, as a multiply-high with no select.
+// part is worked out, as a multiply-high with no select, handed on in two
+// parts.
 template <Role R>
 inline constexpr engine::Part kConservingAhead[2] = {engine::kThird, engine::kAll};
 template <>
@@ -271,6 +272,7 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
   static constexpr engine::Reseed kReseed = engine::Reseed::FirstBand;
   static constexpr bool kLaneRule = true;
   static constexpr bool kUnwrappedRows = true;
+  static constexpr bool kAheadInParts = true;
 
   template <Dir D, Role R, class V, class Px, class Out, class Rng>
   engine::Shares<V> pixel(V v, Px const& px, Out& out, Rng& rng) {
@@ -279,8 +281,8 @@ struct Conserving : engine::PolicyBase<std::int16_t> {
     if constexpr (R == Role::RowEnd) {
       return {V{}, two_thirds(e) & ~ones_if(rng.bit())};
     } else if constexpr (std::is_same_v<V, std::int32_t>) {
-      const std::int32_t ahead = engine::part_of(e, kConservingAhead<R>[rng.bit()]);
-      return {ahead, e - ahead};
+      const engine::Parted ahead = engine::parted(e, kConservingAhead<R>[rng.bit()]);
+      return {ahead.high, e - (ahead.high - ahead.less), ahead.less};
     } else {
       // The same, the part picked lane by lane from the bit.
       const V one = ones_if(rng.bit());
