@@ -329,6 +329,7 @@ class BandEngine {
     unsigned char const* src_next;  // null on the band's last row
     unsigned char* out;
     std::uint32_t y;
+    std::size_t line;  // the buffer row: y * planes + plane
   };
 
   unsigned char const* src_row(std::uint32_t p, std::uint32_t r) const {
@@ -340,8 +341,9 @@ class BandEngine {
 
   // The shared generator's table at the start of every plane and, last,
   // after the last plane: each plane starts where the draws of the planes
-  // before it leave the generator.
-  std::vector<RandomTable> plane_starts() const {
+  // before it leave the generator. With kDrawsBySource, `counted` holds
+  // every row's draws (source_row_draws).
+  std::vector<RandomTable> plane_starts(std::vector<std::uint32_t> const& counted = {}) const {
     const std::uint32_t planes = control_.planes;
     std::vector<RandomTable> start(planes + 1);
     start[0] = table_of(screening_random());
@@ -349,22 +351,27 @@ class BandEngine {
       const RandomJump plane_draws(Policy::kDraws.plane(width_, height_));
       for (std::uint32_t p = 0; p < planes; ++p) start[p + 1] = plane_draws.apply(start[p]);
     } else {
-      const std::vector<std::uint64_t> draws = source_draws();
+      std::vector<std::uint64_t> draws(planes);
+      for (std::size_t line = 0; line < counted.size(); ++line)
+        draws[line % planes] += counted[line];
       for (std::uint32_t p = 0; p < planes; ++p) start[p + 1] = jump(start[p], draws[p]);
     }
     return start;
   }
 
-  // The draws each plane makes, counted from its source (kDrawsBySource).
-  // The band is read in memory order, the planes' rows in turn: read plane
-  // by plane, each row a jump of several rows ahead, the count of a band not
-  // in the cache took twice as long.
-  std::vector<std::uint64_t> source_draws() const {
-    std::vector<std::uint64_t> n(control_.planes);
+  // The draws of every row of the band, counted from its source
+  // (kDrawsBySource), by buffer row (Row::line), once before any plane: the
+  // planes' starts are summed from them and each row's block of draws is
+  // made by them. The band is read in memory order, the planes' rows in
+  // turn: read plane by plane, each row a jump of several rows ahead, the
+  // count of a band not in the cache took twice as long.
+  std::vector<std::uint32_t> source_row_draws() const {
+    std::vector<std::uint32_t> n(std::size_t{height_} * control_.planes);
     for (std::uint32_t r = 0; r < height_; ++r)
       for (std::uint32_t p = 0; p < control_.planes; ++p)
-        n[p] += (r & 1u) ? row_source_draws<Dir::Rtl>(src_row(p, r))
-                         : row_source_draws<Dir::Ltr>(src_row(p, r));
+        n[std::size_t{r} * control_.planes + p] = (r & 1u)
+                                                      ? row_source_draws<Dir::Rtl>(src_row(p, r))
+                                                      : row_source_draws<Dir::Ltr>(src_row(p, r));
     return n;
   }
   template <Dir D>
@@ -417,9 +424,11 @@ class BandEngine {
   void planes_at_once(BandLines<T>& lines, unsigned threads) {
     const std::uint32_t planes = control_.planes;
     FeedbackRandom& shared = screening_random();
+    std::vector<std::uint32_t> counted;  // every row's draws, where they follow from the source
+    if constexpr (Policy::kDrawsBySource) counted = source_row_draws();
     std::vector<FeedbackRandom> start;  // the generator at each plane's start
     start.reserve(planes + 1);
-    for (RandomTable const& table : plane_starts()) start.push_back(generator_at(table));
+    for (RandomTable const& table : plane_starts(counted)) start.push_back(generator_at(table));
     // A group's working lines for each run; the first run's first plane
     // works in the held lines.
     const std::uint32_t runs = plane_runs(planes, threads);
@@ -437,8 +446,10 @@ class BandEngine {
       std::vector<Policy> policies(group, policy_);
       std::vector<BandEngine> engines;
       engines.reserve(group);
-      for (Policy& policy : policies)
+      for (Policy& policy : policies) {
         engines.emplace_back(policy, source_, dots_, width_, height_, control_);
+        if constexpr (Policy::kDrawsBySource) engines.back().counted_draws_ = counted.data();
+      }
       const auto members = [&]<std::uint32_t... I>(std::uint32_t p,
                                                    std::integer_sequence<std::uint32_t, I...>) {
         return std::array<GroupMember, sizeof...(I)>{
@@ -606,7 +617,8 @@ class BandEngine {
                src_row(p, r),
                r + 1 < height_ ? src_row(p, r + 1) : nullptr,
                out_row(p, r),
-               r};
+               r,
+               static_cast<std::size_t>(r) * control_.planes + p};
   }
 
   // A plane of a group: its engine, working lines, carry line, number and
@@ -753,8 +765,11 @@ class BandEngine {
   template <Dir D, Role Body, Role End, class Scan>
   void with_row_draws(Row const& row, FeedbackRandom& shared_rng, Scan&& scan) {
     if constexpr (Policy::kDraws.fixed_some() || Policy::kDrawsBySource) {
-      const std::uint32_t n =
-          Policy::kDrawsBySource ? row_source_draws<D>(row.src) : row_draws<Body, End>();
+      std::uint32_t n;
+      if constexpr (Policy::kDrawsBySource)
+        n = counted_draws_ != nullptr ? counted_draws_[row.line] : row_source_draws<D>(row.src);
+      else
+        n = row_draws<Body, End>();
       if (draws_.size() < n) draws_.resize(n);
       shared_rng.fill(draws_.data(), n);
       DrawnRow drawn(draws_.data());
@@ -877,8 +892,9 @@ class BandEngine {
   ScreenControl control_;
   std::uint32_t src_stride_;
   std::uint32_t out_stride_;
-  std::vector<std::uint32_t> draws_;        // a row's draws, made ahead
-  std::unique_ptr<unsigned char[]> codes_;  // a row's codes, before they are packed
+  std::vector<std::uint32_t> draws_;              // a row's draws, made ahead
+  std::unique_ptr<unsigned char[]> codes_;        // a row's codes, before they are packed
+  std::uint32_t const* counted_draws_ = nullptr;  // every row's draws, where counted ahead
 };
 
 // Screens one call of a banded job with `policy` on `lines`. Returns 0, or
