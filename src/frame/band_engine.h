@@ -701,9 +701,13 @@ class BandEngine {
           RowOut<Policy::kBits>(rows[I].out, x, m[I].e->codes_.get())...};
       Shares<Acc> sent[N] = {};
       std::uint32_t range = 0;  // unused
+      // The members' draws are read through copies local to the scan, handed
+      // back once after the row: read through the callers' objects, each
+      // draw also stored a flag on the stack marking them to be written back.
+      auto rng = std::make_tuple(std::get<I>(rngs)...);
       for (std::uint32_t n = width - 1; n != 0; --n) {
         ((sent[I] = step<D, Body>(std::get<I>(policies), rows[I], x, sent[I], out[I],
-                                  std::get<I>(rngs), range)),
+                                  std::get<I>(rng), range)),
          ...);
         (out[I].template after<D>(x, false), ...);
         if constexpr (D == Dir::Ltr)
@@ -711,9 +715,10 @@ class BandEngine {
         else
           --x;
       }
-      ((void)step<D, End>(std::get<I>(policies), rows[I], x, sent[I], out[I], std::get<I>(rngs),
+      ((void)step<D, End>(std::get<I>(policies), rows[I], x, sent[I], out[I], std::get<I>(rng),
                           range),
        ...);
+      ((std::get<I>(rngs) = std::get<I>(rng)), ...);
       (out[I].template after<D>(x, true), ...);
     }
     (std::make_index_sequence<N>{});
