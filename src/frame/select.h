@@ -22,4 +22,14 @@ inline std::int32_t select_at_most(std::int32_t v, std::int32_t limit, std::int3
 #endif
 }
 
+// (word & 1) != 0 ? one : zero, without a branch.
+inline std::int32_t select_on_low_bit(std::uint32_t word, std::int32_t one, std::int32_t zero) {
+#if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
+  __asm__("testl $1, %1\n\tcmovnel %2, %0" : "+r"(zero) : "r"(word), "r"(one) : "cc");
+  return zero;
+#else
+  return (word & 1u) != 0 ? one : zero;
+#endif
+}
+
 }  // namespace halftone

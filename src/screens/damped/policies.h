@@ -233,7 +233,7 @@ using engine::two_thirds;
 // `one` when the next random bit is 1, else `zero`, without a branch on the bit.
 template <class Rng>
 inline std::int32_t on_bit(Rng& rng, std::int32_t one, std::int32_t zero) {
-  return select_at_most(static_cast<std::int32_t>(rng.bit()), 0, zero, one);
+  return select_on_low_bit(rng.draw(), one, zero);
 }
 
 // Which pixels add the noise table's term: none; odd columns of right-to-left
