@@ -159,9 +159,23 @@ int direct(unsigned char const* source, unsigned char* dots, int width, int heig
   return 0;
 }
 
+// An 8 x 8 block of bits turned about its diagonal: byte j of x (counted
+// from the most significant) is row j, its bits columns 0-7 from the most
+// significant; the result holds column i as byte i, row j as its bit 7 - j.
+inline std::uint64_t transpose8(std::uint64_t x) {
+  std::uint64_t t = (x ^ (x >> 7)) & 0x00AA00AA00AA00AAu;
+  x ^= t ^ (t << 7);
+  t = (x ^ (x >> 14)) & 0x0000CCCC0000CCCCu;
+  x ^= t ^ (t << 14);
+  t = (x ^ (x >> 28)) & 0x00000000F0F0F0F0u;
+  return x ^ t ^ (t << 28);
+}
+
 // Screens into a scratch image of the source's orientation, then moves every
 // scratch pixel (x, y) to output row x, column y (`Flip`: column
-// height - 1 - y), eight source columns at a time plus the width mod 8 rest.
+// height - 1 - y). Each output byte of eight columns takes its eight scratch
+// rows, eight pixels at a time, as one block of bits turned about its
+// diagonal; a block of no dots is skipped (the output is cleared).
 template <bool Flip>
 int via_scratch(unsigned char const* source, unsigned char* dots, int width, int height,
                 int const* tone) {
@@ -172,24 +186,30 @@ int via_scratch(unsigned char const* source, unsigned char* dots, int width, int
   clear_output(dots, 1, out_stride, w);
 
   PlaceAsSource place(nullptr, w, h);
-  std::unique_ptr<unsigned char[]> scratch(new unsigned char[place.stride * h]());
+  // The scratch rows, then one row of no dots for the columns past the last.
+  std::unique_ptr<unsigned char[]> scratch(new unsigned char[place.stride * (h + 1u)]());
   place.dots = scratch.get();
   diffuse<2>(source, w, h, tone, place);
 
-  auto spread = [&](unsigned char bits, std::uint32_t x0, std::uint32_t n, unsigned char* out,
-                    unsigned char mask) {
-    for (std::uint32_t j = 0; j < n; ++j)
-      if (bits & (0x80u >> j)) out[(x0 + j) * out_stride] |= mask;
-  };
-  for (std::uint32_t y = 0; y < h; ++y) {
-    unsigned char const* in = scratch.get() + y * place.stride;
-    const std::uint32_t column = Flip ? h - 1u - y : y;
-    unsigned char* out = dots + (column >> 3);
-    const auto mask = static_cast<unsigned char>(0x80u >> (column & 7u));
-    const std::uint32_t whole = w >> 3;
-    for (std::uint32_t k = 0; k < whole; ++k)
-      if (in[k]) spread(in[k], k * 8u, 8u, out, mask);
-    if (w & 7u) spread(in[whole], whole * 8u, w & 7u, out, mask);
+  unsigned char const* const blank = scratch.get() + place.stride * h;
+  const std::uint32_t blocks = (w + 7u) >> 3;
+  for (std::uint32_t b = 0; b < (h + 7u) >> 3; ++b) {
+    unsigned char const* rows[8];
+    for (std::uint32_t j = 0; j < 8; ++j) {
+      const std::uint32_t column = b * 8u + j;
+      rows[j] =
+          column < h ? scratch.get() + (Flip ? h - 1u - column : column) * place.stride : blank;
+    }
+    for (std::uint32_t k = 0; k < blocks; ++k) {
+      std::uint64_t block = 0;
+      for (std::uint32_t j = 0; j < 8; ++j) block = block << 8 | rows[j][k];
+      if (block == 0) continue;
+      block = transpose8(block);
+      const std::uint32_t n = w - k * 8u < 8u ? w - k * 8u : 8u;
+      unsigned char* out = dots + std::size_t{k} * 8u * out_stride + b;
+      for (std::uint32_t i = 0; i < n; ++i)
+        out[i * out_stride] = static_cast<unsigned char>(block >> (56u - 8u * i));
+    }
   }
   return 0;
 }
