@@ -26,6 +26,9 @@ struct OrientedRule {
 
   std::uint32_t value(unsigned char grey) const { return static_cast<std::uint32_t>(tone[grey]); }
 
+  template <bool>
+  void begin_row(std::uint32_t) {}
+
   template <bool, bool>
   bool dot(std::int32_t v) const {
     return v < 129;

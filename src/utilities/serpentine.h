@@ -6,6 +6,7 @@
 //
 //   Rule  (what a pixel does)
 //     std::uint32_t value(unsigned char grey)       working value of a grey
+//     template <bool Last> void begin_row(std::uint32_t width)  before each row
 //     template <bool Last, bool Final> bool dot(std::int32_t v)
 //     template <bool Last, bool Final> Target pick()  draws as the rule needs
 //     static constexpr bool kDiagonals  pick() may go below-ahead or -behind
@@ -52,10 +53,19 @@ constexpr std::uint32_t behind(std::uint32_t x) {
   return D == Dir::Ltr ? x - 1u : x + 1u;
 }
 
+// Carried from pixel to pixel of a row: the error sent ahead, and the cells
+// below the pixel and behind it, whose sums are still open. Each below cell
+// is stored once, when no later pixel of the row can add to it.
+struct Open {
+  std::uint32_t ahead = 0;   // error for the next pixel
+  std::uint32_t cell = 0;    // below the pixel
+  std::uint32_t behind = 0;  // below the pixel before (diagonal rules only)
+};
+
 template <Dir D, bool Last, bool Final, class Rule, class Place>
-inline void pixel(std::uint32_t* cur, std::uint32_t* below, std::uint32_t x, bool has_behind,
-                  Rule& rule, Place& place) {
-  const std::uint32_t v = cur[x];
+inline void pixel(std::uint32_t const* cur, std::uint32_t* below, unsigned char const* source_below,
+                  std::uint32_t x, bool has_behind, Open& open, Rule& rule, Place& place) {
+  const std::uint32_t v = cur[x] + open.ahead;
   const bool on = rule.template dot<Last, Final>(static_cast<std::int32_t>(v));
   place.dot(x, on);
   const std::uint32_t e = on ? v : v - 255u;
@@ -63,28 +73,36 @@ inline void pixel(std::uint32_t* cur, std::uint32_t* below, std::uint32_t x, boo
   // the dot or the random pick.
   const Target t = rule.template pick<Last, Final>();
   const auto share = [&](Target k) { return e & (0u - static_cast<std::uint32_t>(t == k)); };
-  if constexpr (!Final) cur[ahead<D>(x)] += share(Target::Ahead);
+  if constexpr (!Final) open.ahead = share(Target::Ahead);
   if constexpr (!Last) {
-    below[x] += share(Target::Below);
+    // The next cell below holds its grey's value before any error reaches it.
+    std::uint32_t next = 0;
+    if constexpr (!Final) next = rule.value(source_below[ahead<D>(x)]);
+    open.cell += share(Target::Below);
     if constexpr (Rule::kDiagonals) {
-      if constexpr (!Final) below[ahead<D>(x)] += share(Target::BelowAhead);
-      if (has_behind) below[behind<D>(x)] += share(Target::BelowBehind);
+      if constexpr (!Final) next += share(Target::BelowAhead);
+      if (has_behind) below[behind<D>(x)] = open.behind + share(Target::BelowBehind);
+      open.behind = open.cell;
+      if constexpr (Final) below[x] = open.cell;
+    } else {
+      below[x] = open.cell;
     }
+    open.cell = next;
   }
 }
 
-// One row. The row below is loaded from `source_below` one pixel ahead of the
-// scan, so that every cell holds its grey's value before error reaches it.
+// One row of `cur`, writing the row below from `source_below` and the
+// errors that reach it.
 template <Dir D, bool Last, class Rule, class Place>
-inline void row(std::uint32_t* cur, std::uint32_t* below, unsigned char const* source_below,
+inline void row(std::uint32_t const* cur, std::uint32_t* below, unsigned char const* source_below,
                 std::uint32_t width, Rule& rule, Place& place) {
+  rule.template begin_row<Last>(width);
   std::uint32_t x = D == Dir::Ltr ? 0u : width - 1u;
-  if constexpr (!Last) below[x] = rule.value(source_below[x]);
-  for (std::uint32_t i = 0; i + 1u < width; ++i, x = ahead<D>(x)) {
-    if constexpr (!Last) below[ahead<D>(x)] = rule.value(source_below[ahead<D>(x)]);
-    pixel<D, Last, false>(cur, below, x, i != 0, rule, place);
-  }
-  pixel<D, Last, true>(cur, below, x, width > 1u, rule, place);
+  Open open;
+  if constexpr (!Last) open.cell = rule.value(source_below[x]);
+  for (std::uint32_t i = 0; i + 1u < width; ++i, x = ahead<D>(x))
+    pixel<D, Last, false>(cur, below, source_below, x, i != 0, open, rule, place);
+  pixel<D, Last, true>(cur, below, source_below, x, width > 1u, open, rule, place);
 }
 
 }  // namespace detail

@@ -1,5 +1,8 @@
 // Tone-table noise diffusion: one random bit sends each pixel's error ahead or
 // below, drawn from the utility generator, whose sequence runs on across calls.
+#include <cstdint>
+#include <memory>
+
 #include "frame/feedback_random.h"
 #include "frame/layout.h"
 #include "utilities/entries.h"
@@ -18,8 +21,17 @@ struct NoiseRule {
   unsigned char const* tone;
   FeedbackRandom& rows;
   FeedbackRandom& last;
+  std::uint32_t* draws;  // a row's draws, made before the row
+  std::uint32_t const* next = nullptr;
 
   std::uint32_t value(unsigned char grey) const { return tone[grey]; }
+
+  // Every pixel draws, but the last row's final one.
+  template <bool Last>
+  void begin_row(std::uint32_t width) {
+    (Last ? last : rows).fill(draws, Last ? width - 1u : width);
+    next = draws;
+  }
 
   template <bool Last, bool Final>
   bool dot(std::int32_t v) const {
@@ -31,8 +43,7 @@ struct NoiseRule {
   template <bool Last, bool Final>
   Target pick() {
     if constexpr (Last && Final) return Target::Drop;
-    const std::uint32_t bit = Last ? last.bit() : rows.bit();
-    return bit ? Target::Below : Target::Ahead;
+    return (*next++ & 1u) ? Target::Below : Target::Ahead;
   }
 };
 
@@ -41,9 +52,10 @@ void run(unsigned char const* source, std::uint32_t width, std::uint32_t height,
          unsigned char const* tone, PlaceAsSource& place) {
   // Both generators are drawn through local copies and handed back, so their
   // sequences continue exactly as if the shared instances had been drawn.
+  std::unique_ptr<std::uint32_t[]> draws(new std::uint32_t[width]);
   FeedbackRandom rows = utility_random();
   FeedbackRandom last = screening_random();
-  NoiseRule<V> rule{tone, rows, V == NoiseVariant::Plain ? rows : last};
+  NoiseRule<V> rule{tone, rows, V == NoiseVariant::Plain ? rows : last, draws.get()};
   serpentine(source, width, height, rule, place);
   utility_random() = rows;
   screening_random() = last;
