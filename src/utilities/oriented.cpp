@@ -38,11 +38,14 @@ struct OrientedRule {
   Target pick() {
     const std::uint32_t r = rng.next();
     if constexpr (N == 2) {
-      return (r & 1u) ? Target::Below : Target::Ahead;
+      static_assert(static_cast<int>(Target::Ahead) == 0 && static_cast<int>(Target::Below) == 2);
+      return static_cast<Target>((r & 1u) << 1);
     } else {
-      constexpr Target kPicks[4] = {Target::Ahead, Target::BelowAhead, Target::Below,
-                                    Target::BelowBehind};
-      return kPicks[r & 3u];
+      // The four targets in the order of the picks.
+      static_assert(
+          static_cast<int>(Target::Ahead) == 0 && static_cast<int>(Target::BelowAhead) == 1 &&
+          static_cast<int>(Target::Below) == 2 && static_cast<int>(Target::BelowBehind) == 3);
+      return static_cast<Target>(r & 3u);
     }
   }
 };
