@@ -76,12 +76,11 @@ inline void pixel(std::uint32_t const* cur, std::uint32_t* below, unsigned char 
   // Every neighbour takes the error or nothing: no unpredictable branch on
   // the dot or the random pick.
   const Target t = rule.template pick<Last, Final>();
-  // Four targets: each share's mask from a table, where compares took four
-  // instructions a share.
-  std::uint32_t const* const sends = kSendsTo[static_cast<int>(t)];
   const auto share = [&](Target k) {
+    // Four targets: each share's mask from a table, where compares took
+    // four instructions a share.
     if constexpr (Rule::kDiagonals)
-      return e & sends[static_cast<int>(k)];
+      return e & kSendsTo[static_cast<int>(t)][static_cast<int>(k)];
     else
       return e & (0u - static_cast<std::uint32_t>(t == k));
   };
