@@ -180,7 +180,8 @@ void check_page_size(Input const& in, std::uint64_t width, std::uint64_t height)
   if (width == 0 || height == 0 || width > kMaxSide || height > kMaxSide ||
       width * height > kMaxPixels)
     in.fail("unsupported page size " + std::to_string(width) + " x " + std::to_string(height) +
-            " (sides 1 to " + std::to_string(kMaxSide) + ")");
+            " (sides 1 to " + std::to_string(kMaxSide) + ", at most " + std::to_string(kMaxPixels) +
+            " pixels)");
 }
 
 }  // namespace detail
