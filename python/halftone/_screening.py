@@ -86,8 +86,8 @@ def find_screen(name):
     if index >= 0:
         return screens()[index]
     names = [s.id for s in screens()] + [s.entry for s in screens()]
-    close = difflib.get_close_matches(name, names, n=3, cutoff=0.5) or \
-        difflib.get_close_matches(name.lower(), [n.lower() for n in names], n=3, cutoff=0.5)
+    close = difflib.get_close_matches(name, names, n=3, cutoff=0.7) or \
+        difflib.get_close_matches(name.lower(), [n.lower() for n in names], n=3, cutoff=0.7)
     hint = f"; did you mean {', '.join(close)}?" if close else \
         "; halftone.screens() lists them"
     raise KeyError(f"no screen named {name!r}{hint}")

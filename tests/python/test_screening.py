@@ -1,6 +1,7 @@
 """Every screen against the command-line program, option errors, jobs and threads."""
 import concurrent.futures
 import os
+import re
 import subprocess
 import sys
 
@@ -32,8 +33,17 @@ def test_registry_rows_are_found_by_id_and_entry():
     assert len({s.id for s in rows}) == len(rows) and BANDED
     for row in rows:
         assert halftone.find_screen(row.id) is row and halftone.find_screen(row.entry) is row
-    with pytest.raises(KeyError):
-        halftone.find_screen("zzzzzzzzzzzz")
+
+
+@pytest.mark.parametrize("name, hint", [
+    ("tone-psh", "did you mean tone-push"),
+    ("Ordered-16", "did you mean ordered-16"),
+    ("nope", "halftone.screens() lists them"),
+    ("zzzzzzzzzzzz", "halftone.screens() lists them"),
+])
+def test_unknown_names_suggest_only_close_ones(name, hint):
+    with pytest.raises(KeyError, match=re.escape(hint)):
+        halftone.find_screen(name)
 
 
 def test_paper_bits_mark_the_screens_that_set_a_white_page():
