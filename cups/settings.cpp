@@ -48,6 +48,12 @@ std::string read_settings(int num_options, cups_option_t* options, ppd_file_t* p
       unless_default(option_value("HalftoneLevels", num_options, options, ppd), "Default");
   settings.seed_time =
       unless_default(option_value("HalftoneSeedTime", num_options, options, ppd), "Clock");
+  if (!settings.screen.empty()) {
+    const long index = halftone_find_screen(settings.screen.c_str());
+    if (index < 0) return "HalftoneScreen: no screen is called \"" + settings.screen + "\"";
+    if (std::string why = unusable_reason(static_cast<std::size_t>(index)); !why.empty())
+      return "HalftoneScreen: " + why;
+  }
   struct Count {
     char const* option;
     char const* what;

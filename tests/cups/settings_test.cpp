@@ -71,7 +71,8 @@ TEST(FilterSettings, JobOptionsWin) {
   }
   for (char const* bad : {"HalftoneBandHeight=0", "HalftoneBandHeight=-3", "HalftoneBandHeight=12x",
                           "HalftoneBandHeight=4097", "HalftoneThreads=0", "HalftoneThreads=257",
-                          "HalftoneThreads=two"}) {
+                          "HalftoneThreads=two", "HalftoneScreen=nope",
+                          "HalftoneScreen=oriented-quarter-turn", "HalftoneScreen=pattern-256"}) {
     std::string refused;
     settings_from(bad, ppd.file, &refused);
     const std::string option(bad, std::strchr(bad, '='));
