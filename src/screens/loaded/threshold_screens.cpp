@@ -5,9 +5,8 @@
 
 #include "frame/band_lines.h"
 #include "frame/layout.h"
-#include "frame/plane_threads.h"
 #include "frame/state.h"
-#include "frame/threshold_pack.h"
+#include "frame/threshold_planes.h"
 #include "halftone/result_codes.h"
 #include "screens/loaded/screens.h"
 
@@ -92,26 +91,15 @@ int matrix_threshold(unsigned char const* source, unsigned char* dots, std::uint
                      std::uint32_t height, std::uint32_t control) {
   const std::uint32_t stride = dot_stride(width);
   const PlaneCall call(source, dots, width, height, control, stride, false);
-  const std::size_t planes = call.planes;
-  auto const& src = call.src;
-  auto const& out = call.out;
   if (width == 0) return 0;
   auto const& matrix = stores().ThresholdMatrix8;
-  const unsigned threads =
-      threads_worth(state().threads, std::uint64_t{width} * height * planes, kThresholdPixelsARun);
-  for_plane_runs(static_cast<std::uint32_t>(planes), threads,
-                 [&](std::uint32_t first, std::uint32_t end) {
-                   // Row after row across the run's planes: the source is
-                   // read in the order it is stored.
-                   ThresholdRing ring;
-                   for (std::uint32_t y = 0; y < height; ++y)
-                     for (std::uint32_t p = first; p < end; ++p) {
-                       const std::uint32_t shift = p * 16u;
-                       ring.assign(matrix[(shift + y) & 255u], 256);
-                       threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, ring,
-                                                shift, DotTest::AtMost);
-                     }
-                 });
+  threshold_planes(call, width, height, stride, DotTest::AtMost, [&] {
+    return [&matrix, ring = ThresholdRing{}](std::uint32_t p, std::uint32_t y) mutable {
+      const std::uint32_t shift = p * 16u;
+      ring.assign(matrix[(shift + y) & 255u], 256);
+      return ThresholdRow{&ring, shift};
+    };
+  });
   return 0;
 }
 
@@ -120,15 +108,10 @@ int clustered_threshold(unsigned char const* source, unsigned char* dots, std::u
   static const ClusterLimits limits(ClusterMatrixA);
   const std::uint32_t stride = dot_stride(width);
   const PlaneCall call(source, dots, width, height, control, stride, false);
-  const std::size_t planes = call.planes;
-  auto const& src = call.src;
-  auto const& out = call.out;
-  // Row after row across the planes: the source is read in the order it is stored.
-  for (std::uint32_t y = 0; y < height; ++y)
-    for (std::size_t p = 0; p < planes; ++p)
-      threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride, limits.rows[y & 15u], 0,
-                               DotTest::Below);
-  for (std::size_t p = 0; p < planes; ++p) count_rows(p, height);
+  threshold_planes(call, width, height, stride, DotTest::Below, [&] {
+    return [&](std::uint32_t, std::uint32_t y) { return ThresholdRow{&limits.rows[y & 15u], 0}; };
+  });
+  for (std::size_t p = 0; p < call.planes; ++p) count_rows(p, height);
   return 0;
 }
 

@@ -3,9 +3,8 @@
 #include <cstddef>
 
 #include "frame/layout.h"
-#include "frame/plane_threads.h"
 #include "frame/state.h"
-#include "frame/threshold_pack.h"
+#include "frame/threshold_planes.h"
 
 namespace halftone::matrix {
 
@@ -41,23 +40,12 @@ int ordered_dither(unsigned char const* source, unsigned char* dots, std::uint32
                    std::uint32_t height, std::uint32_t control) {
   const std::uint32_t stride = dot_stride(width);
   const PlaneCall call(source, dots, width, height, control, stride, false);
-  const std::size_t planes = call.planes;
-  auto const& src = call.src;
-  auto const& out = call.out;
-  if (planes == 0 || width == 0) return 0;
+  if (call.planes == 0 || width == 0) return 0;
   ThresholdRing rows[16];
   for (std::uint32_t r = 0; r < 16; ++r) rows[r].assign(dither_matrix() + r * 16u, 16);
-  const unsigned threads =
-      threads_worth(state().threads, std::uint64_t{width} * height * planes, kThresholdPixelsARun);
-  for_plane_runs(static_cast<std::uint32_t>(planes), threads,
-                 [&](std::uint32_t first, std::uint32_t end) {
-                   // Row after row across the run's planes: the source is
-                   // read in the order it is stored.
-                   for (std::uint32_t y = 0; y < height; ++y)
-                     for (std::size_t p = first; p < end; ++p)
-                       threshold_pack_whole_row(src.row(p, y), out.row(p, y), width, stride,
-                                                rows[y & 15u], 0, DotTest::Below);
-                 });
+  threshold_planes(call, width, height, stride, DotTest::Below, [&] {
+    return [&](std::uint32_t, std::uint32_t y) { return ThresholdRow{&rows[y & 15u], 0}; };
+  });
   return 0;
 }
 
