@@ -7,7 +7,8 @@ namespace halftone::tool {
 
 struct ScreenOptions {
   std::string screen, input, output;
-  std::string format;  // empty: from the output's extension
+  std::string format;       // empty: from the output's extension
+  std::string compression;  // TIFF output only; empty: Group 4 for dots, LZW for codes
   bool raw = false;
   std::uint32_t band_height = 64;
   std::uint32_t planes = 1;  // grey planes stacked top to bottom in the input

@@ -237,17 +237,36 @@ constexpr FormatName kFormatNames[] = {
     {"pbm", Format::Pbm},  {"pgm", Format::Pgm},   {"pam", Format::Pam}, {"png", Format::Png},
     {"tif", Format::Tiff}, {"tiff", Format::Tiff}, {"raw", Format::Raw},
 };
-}  // namespace
+struct CompressionName {
+  char const* name;
+  TiffCompression compression;
+};
+constexpr CompressionName kCompressionNames[] = {
+    {"g4", TiffCompression::Group4}, {"packbits", TiffCompression::PackBits},
+    {"lzw", TiffCompression::Lzw},   {"deflate", TiffCompression::Deflate},
+    {"none", TiffCompression::None},
+};
 
-std::optional<Format> format_named(std::string_view name) {
-  for (FormatName const& f : kFormatNames) {
-    const std::string_view known(f.name);
+// The value of the table row whose name is `name`, in any case.
+template <class Row, std::size_t N, class Value>
+std::optional<Value> named(Row const (&rows)[N], Value Row::*value, std::string_view name) {
+  for (Row const& row : rows) {
+    const std::string_view known(row.name);
     if (known.size() == name.size() &&
         std::equal(known.begin(), known.end(), name.begin(),
                    [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b); }))
-      return f.format;
+      return row.*value;
   }
   return std::nullopt;
+}
+}  // namespace
+
+std::optional<Format> format_named(std::string_view name) {
+  return named(kFormatNames, &FormatName::format, name);
+}
+
+std::optional<TiffCompression> tiff_compression_named(std::string_view name) {
+  return named(kCompressionNames, &CompressionName::compression, name);
 }
 
 std::optional<Format> format_of_path(std::string_view path) {

@@ -85,6 +85,17 @@ std::optional<Format> format_named(std::string_view name);
 std::optional<Format> format_of_path(std::string_view path);
 char const* format_name(Format format);
 
+// How TIFF pages are compressed. Auto: CCITT Group 4 for dots, LZW for codes
+// and grey. Group 4 holds one-bit pages only; the others hold any page.
+enum class TiffCompression { Auto, Group4, PackBits, Lzw, Deflate, None };
+
+// "g4", "packbits", "lzw", "deflate", "none" (any case).
+std::optional<TiffCompression> tiff_compression_named(std::string_view name);
+
+struct WriteOptions {
+  TiffCompression tiff = TiffCompression::Auto;
+};
+
 // One picture of an output file: a TIFF page or a PNM/PAM/PNG image.
 struct Picture {
   std::uint32_t width = 0;
@@ -106,7 +117,8 @@ struct Picture {
 //         (the sample is top code - code), GRAYSCALE 255 for grey;
 //   PNG   bit depth 1 for dots, grey as PGM otherwise; one picture only;
 //   TIFF  a page a picture: dots compressed with CCITT Group 4 (min-is-white),
-//         codes as 2- or 4-bit min-is-white samples, grey 8-bit (LZW).
+//         codes as 2- or 4-bit min-is-white samples, grey 8-bit (LZW); or
+//         every page as WriteOptions::tiff says.
 // PNM and PAM pictures follow one another in the stream.
 class Writer {
  public:
@@ -122,6 +134,7 @@ class Writer {
 
 // `stream` stays the caller's; `name` is used in messages. Format::Raw has
 // no writer (raw output is the library's rows as they are).
-std::unique_ptr<Writer> make_writer(Format format, std::FILE* stream, std::string const& name);
+std::unique_ptr<Writer> make_writer(Format format, std::FILE* stream, std::string const& name,
+                                    WriteOptions const& options = {});
 
 }  // namespace halftone::image

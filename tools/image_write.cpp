@@ -210,7 +210,8 @@ class PngWriter final : public StreamWriter {
 
 class TiffWriter final : public StreamWriter {
  public:
-  TiffWriter(std::FILE* out, std::string name) : StreamWriter(out, std::move(name)) {
+  TiffWriter(std::FILE* out, std::string name, TiffCompression compression)
+      : StreamWriter(out, std::move(name)), compression_(compression) {
     // libtiff seeks back to link its pages: streams that cannot seek get a
     // temporary file, copied out at the end.
     struct stat st {};
@@ -242,7 +243,7 @@ class TiffWriter final : public StreamWriter {
     tiff().SetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     tiff().SetField(t, TIFFTAG_PHOTOMETRIC,
                     p.bits == 8 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_MINISWHITE);
-    tiff().SetField(t, TIFFTAG_COMPRESSION, dots ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW);
+    tiff().SetField(t, TIFFTAG_COMPRESSION, compression_code(dots));
     tiff().SetField(t, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
     // Strips of about 8 KiB: libtiff buffers a whole strip as it writes.
     tiff().SetField(t, TIFFTAG_ROWSPERSTRIP, tiff().DefaultStripSize(t, 0));
@@ -290,6 +291,26 @@ class TiffWriter final : public StreamWriter {
     throw WriteError("cannot write " + name_ + ": " + detail::tiff_error());
   }
 
+  std::uint16_t compression_code(bool dots) const {
+    switch (compression_) {
+      case TiffCompression::Auto:
+        break;
+      case TiffCompression::Group4:
+        if (!dots) throw Error("cannot write " + name_ + ": Group 4 holds one-bit pages only");
+        break;
+      case TiffCompression::PackBits:
+        return COMPRESSION_PACKBITS;
+      case TiffCompression::Lzw:
+        return COMPRESSION_LZW;
+      case TiffCompression::Deflate:
+        return COMPRESSION_ADOBE_DEFLATE;
+      case TiffCompression::None:
+        return COMPRESSION_NONE;
+    }
+    return dots ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW;
+  }
+
+  TiffCompression compression_;
   TIFF* tif_ = nullptr;
   std::FILE* spool_ = nullptr;
   Picture picture_;
@@ -300,7 +321,8 @@ class TiffWriter final : public StreamWriter {
 
 }  // namespace
 
-std::unique_ptr<Writer> make_writer(Format format, std::FILE* stream, std::string const& name) {
+std::unique_ptr<Writer> make_writer(Format format, std::FILE* stream, std::string const& name,
+                                    WriteOptions const& options) {
   switch (format) {
     case Format::Pbm:
     case Format::Pgm:
@@ -309,7 +331,7 @@ std::unique_ptr<Writer> make_writer(Format format, std::FILE* stream, std::strin
     case Format::Png:
       return std::make_unique<PngWriter>(stream, name);
     case Format::Tiff:
-      return std::make_unique<TiffWriter>(stream, name);
+      return std::make_unique<TiffWriter>(stream, name, options.tiff);
     case Format::Raw:
       break;
   }

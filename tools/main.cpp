@@ -32,7 +32,7 @@ constexpr char const* kScreenFooter =
     "  pam   the codes kept: GRAYSCALE with MAXVAL the highest code (sample = MAXVAL - code)\n"
     "  png   one picture; one-bit screens give a bit-depth-1 PNG\n"
     "  tiff  a page a plane (CMYK gives Cyan, Magenta, Yellow, Black); dots in CCITT Group 4,\n"
-    "        codes as 2- or 4-bit samples (0 white)\n"
+    "        codes as 2- or 4-bit samples (0 white) in LZW, or as --compression says\n"
     "  raw   the library's rows as they are: planes line-interleaved, rows padded to 32 bits\n"
     "Planes of PBM, PGM, PAM and PNG pictures are stacked top to bottom; pages follow one\n"
     "another (PNG holds one page).";
@@ -45,6 +45,9 @@ void add_screen(CLI::App& app, ScreenOptions& o) {
   screen->add_option("--format", o.format,
                      "pbm, pgm, pam, png, tiff or raw (default: OUT's extension)");
   screen->add_flag("--raw", o.raw, "the same as --format raw");
+  screen->add_option("--compression", o.compression,
+                     "TIFF pages: g4, packbits, lzw, deflate or none "
+                     "(default: g4 for dots, lzw for codes)");
   screen->add_option("--band-height", o.band_height, "rows a band (default 64)")
       ->check(CLI::Range(1u, halftone::image::kMaxSide));
   screen

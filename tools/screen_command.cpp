@@ -162,10 +162,27 @@ image::Format output_format(ScreenOptions const& o, halftone_screen_info const& 
                       ": end it in .pbm, .pgm, .pam, .png, .tif or .raw, or give --format");
     format = *by_name;
   }
+  if (!o.compression.empty() && format != image::Format::Tiff)
+    throw ToolError("--compression is for TIFF output; " + o.output + " is written as " +
+                    image::format_name(format));
   if (format == image::Format::Pbm && info.bits != 1)
     throw ToolError(std::string(info.id) + " writes " + std::to_string(info.bits) +
                     "-bit codes, which a PBM cannot hold: write .pgm, .pam, .png or .tif");
   return format;
+}
+
+image::WriteOptions output_options(ScreenOptions const& o, halftone_screen_info const& info) {
+  image::WriteOptions options;
+  if (o.compression.empty()) return options;
+  const auto named = image::tiff_compression_named(o.compression);
+  if (!named)
+    throw ToolError("--compression " + o.compression +
+                    " is not one of g4, packbits, lzw, deflate, none");
+  if (*named == image::TiffCompression::Group4 && info.bits != 1)
+    throw ToolError(std::string(info.id) + " writes " + std::to_string(info.bits) +
+                    "-bit codes, which Group 4 cannot hold: use packbits, lzw, deflate or none");
+  options.tiff = *named;
+  return options;
 }
 
 }  // namespace
@@ -215,6 +232,7 @@ int list_command() {
 int screen_command(ScreenOptions const& o) {
   halftone_screen_info const& info = find_screen(o.screen);
   const image::Format format = output_format(o, info);
+  const image::WriteOptions write_options = output_options(o, info);
   ScreenJob job;
   job.info = &info;
   job.keys = job_keys(o, info);
@@ -250,7 +268,7 @@ int screen_command(ScreenOptions const& o) {
   if (format == image::Format::Raw) {
     sink = std::make_unique<RawSink>(output.stream(), o.output);
   } else {
-    writer = image::make_writer(format, output.stream(), o.output);
+    writer = image::make_writer(format, output.stream(), o.output, write_options);
     std::vector<std::string> names;
     if (cmyk) names = {"Cyan", "Magenta", "Yellow", "Black"};
     sink = std::make_unique<PictureSink>(*writer, format == image::Format::Tiff, info.bits,

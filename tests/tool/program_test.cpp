@@ -142,7 +142,7 @@ Bytes job_planes(halftone_screen_info const& screen, Bytes const& cmyk, std::uin
   return dots;
 }
 
-TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
+TEST_F(Program, CmykTiffGivesFourSeparationsAsTheJobApiInEveryCompression) {
   const std::uint32_t width = 45, height = 37;
   Bytes cmyk(width * height * 4);
   for (std::size_t i = 0; i < cmyk.size(); ++i) cmyk[i] = static_cast<unsigned char>(i * 7 % 256);
@@ -152,12 +152,22 @@ TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
   auto const* screen = registry_screen(1);
   const Bytes expect = job_planes(*screen, cmyk, width, height);
   const std::size_t stride = halftone_row_bytes(width, 1);
-  for (char const* threads : {"1", "4"}) {
-    SCOPED_TRACE(threads);
-    ASSERT_EQ(run({"screen", screen->id, at("in.tif"), at("out.tif"), "--seed-time", "11",
-                   "--band-height", "16", "--threads", threads})
-                  .status,
-              0);
+  struct Case {
+    char const* threads;
+    char const* compression;  // "" for the default
+    std::uint16_t expect;
+  };
+  for (Case const c :
+       {Case{"1", "", COMPRESSION_CCITTFAX4}, Case{"4", "", COMPRESSION_CCITTFAX4},
+        Case{"1", "G4", COMPRESSION_CCITTFAX4}, Case{"4", "packbits", COMPRESSION_PACKBITS},
+        Case{"1", "lzw", COMPRESSION_LZW}, Case{"1", "deflate", COMPRESSION_ADOBE_DEFLATE},
+        Case{"1", "none", COMPRESSION_NONE}}) {
+    SCOPED_TRACE(std::string(c.threads) + " " + c.compression);
+    std::vector<std::string> args = {"screen",      screen->id, at("in.tif"),    at("out.tif"),
+                                     "--seed-time", "11",       "--band-height", "16",
+                                     "--threads",   c.threads};
+    if (*c.compression != '\0') args.insert(args.end(), {"--compression", c.compression});
+    ASSERT_EQ(run(args).status, 0);
     TIFF* out = TIFFOpen(at("out.tif").c_str(), "r");
     ASSERT_NE(out, nullptr);
     int pages = 0;
@@ -167,7 +177,7 @@ TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
       TIFFGetField(out, TIFFTAG_COMPRESSION, &compression);
       TIFFGetField(out, TIFFTAG_IMAGEWIDTH, &w);
       TIFFGetField(out, TIFFTAG_IMAGELENGTH, &h);
-      EXPECT_EQ(compression, COMPRESSION_CCITTFAX4);
+      EXPECT_EQ(compression, c.expect);
       ASSERT_EQ(w, width);
       ASSERT_EQ(h, height);
       Bytes row(TIFFScanlineSize(out));
@@ -184,6 +194,25 @@ TEST_F(Program, CmykTiffGivesFourGroup4SeparationsAsTheJobApi) {
   // A PNG holds one picture: the second page is refused, and nothing is left.
   EXPECT_EQ(run({"screen", screen->id, at("in.tif"), at("out.png")}).status, 2);
   EXPECT_FALSE(fs::exists(dir / "out.png"));
+  // Compressions that cannot hold the output, or are not known.
+  auto const* codes = registry_screen(2, HALFTONE_NEEDS_TONE_CURVES | HALFTONE_NEEDS_LEVELS);
+  ASSERT_NE(codes, nullptr);
+  struct Refused {
+    char const* screen;
+    char const* out;
+    char const* compression;
+    char const* message;
+  };
+  for (Refused const r : {Refused{codes->id, "out.tif", "g4", "which Group 4 cannot hold"},
+                          Refused{screen->id, "out.pbm", "none", "--compression is for TIFF"},
+                          Refused{screen->id, "out.tif", "zip", "is not one of"}}) {
+    fs::remove(dir / r.out);
+    const Result result =
+        run({"screen", r.screen, at("in.tif"), at(r.out), "--compression", r.compression});
+    EXPECT_EQ(result.status, 2) << r.compression;
+    EXPECT_NE(result.err.find(r.message), std::string::npos) << result.err;
+    EXPECT_FALSE(fs::exists(dir / r.out)) << r.compression;
+  }
 }
 
 // The pages of a file screened at once, a page a thread, come out as they do
