@@ -281,7 +281,7 @@ def screen(image, screen, levels=None, seed_time=None, band_height=64, pattern=N
     pattern, pattern2, matrix, blocks: paths of the data files the screen
         reads (one-bit and two-bit pattern banks, a BMP threshold matrix, a
         threshold-block text file); pattern_size: (width, height) of the banks.
-    mode: tone-curve mode 0-3. threads: planes screened at once (same result).
+    mode: tone-curve mode, 0-5 or 11-17. threads: planes screened at once (same result).
     data_folder: where the tone curve file and relative data names are found.
 
     Returns a uint8 array of the image's shape holding codes (0/1 for one-bit
