@@ -158,6 +158,13 @@ std::string write_ppd(std::ostream& ppd, std::string const& grey, std::string co
   close_ui(ppd, "HalftoneBandHeight");
   ppd << "*CustomHalftoneBandHeight True/Custom Band Height: \"\"\n"
       << "*ParamCustomHalftoneBandHeight Rows/Rows: 1 int 1 " << kMaxBandHeight << "\n";
+
+  // The tone-curve modes, for the screens that read the curves.
+  pick_one(ppd, "HalftoneMode", "Tone Curves", 44, "None");
+  ppd << "*HalftoneMode None/None: \"\"\n";
+  for (int mode : {1, 2, 3, 4, 5, 11, 12, 13, 14, 15, 16, 17})
+    ppd << "*HalftoneMode " << mode << "/Mode " << mode << ": \"\"\n";
+  close_ui(ppd, "HalftoneMode");
   ppd << "*% End of the halftone raster printer\n";
   return "";
 }

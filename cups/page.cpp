@@ -50,7 +50,8 @@ std::optional<halftone::Job> make_job(PagePlan const& plan, Settings const& sett
     char const* option;
   };
   const Key keys[] = {{"levels", settings.levels, "HalftoneLevels"},
-                      {"seed-time", settings.seed_time, "HalftoneSeedTime"}};
+                      {"seed-time", settings.seed_time, "HalftoneSeedTime"},
+                      {"mode", settings.mode, "HalftoneMode"}};
   for (Key const& k : keys) {
     if (k.value.empty()) continue;
     if (job.set(k.key, k.value) != 0) {

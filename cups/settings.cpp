@@ -26,13 +26,19 @@ std::string unless_default(std::string value, char const* word) {
   return value == word ? std::string() : value;
 }
 
+// Reads a decimal whole number from `low` to `high` into `number`; false if
+// `value` is not one.
+bool whole_number(std::string const& value, unsigned long low, unsigned long high,
+                  unsigned long& number) {
+  char* end = nullptr;
+  number = std::strtoul(value.c_str(), &end, 10);
+  return *end == '\0' && value[0] >= '0' && value[0] <= '9' && number >= low && number <= high;
+}
+
 // Reads a whole number from `low` to `high` into `number`; "" or why not.
 std::string read_count(std::string const& value, char const* option, char const* what,
                        unsigned long low, unsigned long high, unsigned long& number) {
-  char* end = nullptr;
-  number = std::strtoul(value.c_str(), &end, 10);
-  if (*end == '\0' && value[0] >= '0' && value[0] <= '9' && number >= low && number <= high)
-    return "";
+  if (whole_number(value, low, high, number)) return "";
   return std::string(option) + " must be a whole number of " + what + " from " +
          std::to_string(low) + " to " + std::to_string(high) + ", not \"" + value + "\"";
 }
@@ -48,6 +54,14 @@ std::string read_settings(int num_options, cups_option_t* options, ppd_file_t* p
       unless_default(option_value("HalftoneLevels", num_options, options, ppd), "Default");
   settings.seed_time =
       unless_default(option_value("HalftoneSeedTime", num_options, options, ppd), "Clock");
+  settings.mode = unless_default(option_value("HalftoneMode", num_options, options, ppd), "None");
+  if (!settings.mode.empty()) {
+    unsigned long mode = 0;
+    if (!whole_number(settings.mode, 0, 17, mode) || (mode >= 6 && mode <= 10))
+      return "HalftoneMode must be 0-5 or 11-17 (the tone-curve modes), not \"" + settings.mode +
+             "\"";
+    if (mode == 0) settings.mode.clear();
+  }
   if (!settings.screen.empty()) {
     const long index = halftone_find_screen(settings.screen.c_str());
     if (index < 0) return "HalftoneScreen: no screen is called \"" + settings.screen + "\"";

@@ -27,13 +27,14 @@ struct Settings {
   std::string screen;     // id or entry name; "" for the colour model's default
   std::string levels;     // "" for the screen's own
   std::string seed_time;  // "" for the clock
+  std::string mode;       // the tone-curve mode, 1-5 or 11-17; "" for none (0)
   std::uint32_t band_height = kDefaultBandHeight;
   unsigned threads = 0;  // pages and planes screened at once; 0 for the processor's cores
 };
 
-// Reads HalftoneScreen, HalftoneLevels, HalftoneSeedTime, HalftoneBandHeight
-// and HalftoneThreads from the job's options, else from the PPD's defaults
-// (`ppd` may be null). PPD choice words (Auto, Default, Clock) mean "not set";
+// Reads HalftoneScreen, HalftoneLevels, HalftoneSeedTime, HalftoneMode,
+// HalftoneBandHeight and HalftoneThreads from the job's options, else from the PPD's defaults
+// (`ppd` may be null). PPD choice words (Auto, Default, Clock, None) mean "not set";
 // a "Custom." prefix is dropped. Returns "" or why a value is refused.
 std::string read_settings(int num_options, cups_option_t* options, ppd_file_t* ppd,
                           Settings& settings);

@@ -101,6 +101,8 @@ alone CMYK-in.ras cmyk2.ras \
 "$check" compare CMYK-in.ras cmyk2.ras four-level $seed 32 0,60,150,255 || fail "four-level CMYK"
 alone Gray-in.ras grey4.ras "HalftoneScreen=eight-level-fixed HalftoneSeedTime=$seed HalftoneBandHeight=5"
 "$check" compare Gray-in.ras grey4.ras eight-level-fixed $seed 5 || fail "eight-level-fixed grey"
+alone Gray-in.ras curves.ras "HalftoneScreen=tone-push HalftoneMode=12 HalftoneSeedTime=$seed"
+"$check" compare Gray-in.ras curves.ras tone-push $seed 64 --mode=12 || fail "tone-push, mode 12"
 alone Gray-in.ras paper.ras "HalftoneScreen=inverted-thirds HalftoneSeedTime=$seed"
 "$check" compare Gray-in.ras paper.ras inverted-thirds $seed 64 --paper || fail "inverted-thirds"
 

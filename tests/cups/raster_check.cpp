@@ -1,5 +1,6 @@
 // pages FILE: a line a page (width height bits colours space order).
-// compare IN OUT SCREEN SEED BAND [LEVELS] [--paper]: OUT holds the job API's dots for IN.
+// compare IN OUT SCREEN SEED BAND [LEVELS] [--paper] [--mode=N]: OUT holds the job API's dots for
+// IN.
 #include <cups/raster.h>
 #include <fcntl.h>
 #include <halftone/halftone.h>
@@ -69,9 +70,15 @@ bool read_grey_page(cups_raster_t* in, cups_page_header2_t const& h, unsigned pl
 
 int compare(int argc, char** argv) {
   bool paper = false;
-  if (std::string(argv[argc - 1]) == "--paper") {
-    paper = true;
-    --argc;
+  std::string mode;  // --mode=N: the tone-curve mode the filter was given
+  for (; argc > 7 && std::string(argv[argc - 1]).rfind("--", 0) == 0; --argc) {
+    const std::string flag = argv[argc - 1];
+    if (flag == "--paper")
+      paper = true;
+    else if (flag.rfind("--mode=", 0) == 0)
+      mode = flag.substr(7);
+    else
+      return fail("unknown flag " + flag);
   }
   if (argc > 8) return fail("too many arguments");
   char const* screen = argv[4];
@@ -94,7 +101,8 @@ int compare(int argc, char** argv) {
 
     halftone::Job job(screen, ih.cupsWidth, planes);
     if (!job || job.set("seed-time", argv[5]) != 0 ||
-        (argc == 8 && job.set("levels", argv[7]) != 0))
+        (argc == 8 && job.set("levels", argv[7]) != 0) ||
+        (!mode.empty() && job.set("mode", mode.c_str()) != 0))
       return fail(job.error());
     for (unsigned y = 0; y < ih.cupsHeight; y += band) {
       const unsigned rows = std::min(band, ih.cupsHeight - y);
@@ -143,5 +151,6 @@ int compare(int argc, char** argv) {
 int main(int argc, char** argv) {
   if (argc == 3 && std::string(argv[1]) == "pages") return pages(argv[2]);
   if (argc >= 7 && std::string(argv[1]) == "compare") return compare(argc, argv);
-  return fail("usage: pages FILE | compare INPUT OUTPUT SCREEN SEED BAND [LEVELS] [--paper]");
+  return fail(
+      "usage: pages FILE | compare INPUT OUTPUT SCREEN SEED BAND [LEVELS] [--paper] [--mode=N]");
 }

@@ -47,13 +47,17 @@ TEST(FilterSettings, JobOptionsWin) {
     char const* seed;
     unsigned band;
     unsigned threads = 0;
+    char const* mode = "";
   };
   const Case cases[] = {
       {"HalftoneScreen=four-level HalftoneLevels=Custom.0,85,170,255", "four-level", "0,85,170,255",
        "", 64},
       {"HalftoneSeedTime=Custom.1000 HalftoneBandHeight=Custom.7", "", "", "1000", 7},
       {"HalftoneSeedTime=42 HalftoneBandHeight=16 HalftoneScreen=Auto", "", "", "42", 16},
-      {"HalftoneThreads=1", "", "", "", 64, 1},
+      {"HalftoneThreads=1 HalftoneMode=12", "", "", "", 64, 1, "12"},
+      {"HalftoneMode=None", "", "", "", 64},
+      {"HalftoneMode=0", "", "", "", 64},
+      {"HalftoneMode=5", "", "", "", 64, 0, "5"},
       {"HalftoneThreads=256 HalftoneBandHeight=4096", "", "", "", 4096, 256},
       {"HalftoneLevels=Default HalftoneSeedTime=Clock HalftoneScreen=sdiufiavs", "sdiufiavs", "",
        "", 64},
@@ -68,11 +72,13 @@ TEST(FilterSettings, JobOptionsWin) {
     EXPECT_EQ(s.seed_time, c.seed);
     EXPECT_EQ(s.band_height, c.band);
     EXPECT_EQ(s.threads, c.threads);
+    EXPECT_EQ(s.mode, c.mode);
   }
-  for (char const* bad : {"HalftoneBandHeight=0", "HalftoneBandHeight=-3", "HalftoneBandHeight=12x",
-                          "HalftoneBandHeight=4097", "HalftoneThreads=0", "HalftoneThreads=257",
-                          "HalftoneThreads=two", "HalftoneScreen=nope",
-                          "HalftoneScreen=oriented-quarter-turn", "HalftoneScreen=pattern-256"}) {
+  for (char const* bad :
+       {"HalftoneBandHeight=0", "HalftoneBandHeight=-3", "HalftoneBandHeight=12x",
+        "HalftoneBandHeight=4097", "HalftoneThreads=0", "HalftoneThreads=257",
+        "HalftoneThreads=two", "HalftoneScreen=nope", "HalftoneMode=7", "HalftoneMode=18",
+        "HalftoneMode=x", "HalftoneScreen=oriented-quarter-turn", "HalftoneScreen=pattern-256"}) {
     std::string refused;
     settings_from(bad, ppd.file, &refused);
     const std::string option(bad, std::strchr(bad, '='));
