@@ -71,12 +71,28 @@ def unpack(packed, width, bits, planes=1):
     if size == 0 or data.size % (size * planes):
         raise ValueError(f"{data.size} bytes are not whole rows of {size} bytes "
                          f"({width} pixels at {bits} bits) for {planes} plane(s)")
-    rows = data.reshape(-1, size)
-    per_byte = 8 // bits
-    shifts = (bits * np.arange(per_byte - 1, -1, -1)).astype(np.uint8)
-    codes = ((rows[:, :, np.newaxis] >> shifts) & ((1 << bits) - 1)).reshape(rows.shape[0], -1)
-    codes = codes[:, :width]
-    height = rows.shape[0] // planes
+    codes = unpack_rows(data.reshape(-1, size), width, bits)
+    height = codes.shape[0] // planes
     if planes == 1:
-        return np.ascontiguousarray(codes)
+        return codes
     return np.ascontiguousarray(codes.reshape(height, planes, width).transpose(1, 0, 2))
+
+
+def unpack_rows(rows, width, bits):
+    """The first ``width`` codes of each packed row of ``rows`` (uint8, rows x row bytes)."""
+    if bits == 8:
+        return np.ascontiguousarray(rows[:, :width])
+    if bits == 1:
+        return np.unpackbits(rows, axis=1, count=width)
+    # np.take is many times faster than indexing the table with the rows.
+    return np.take(_CODE_TABLES[bits], rows, axis=0).reshape(rows.shape[0], -1)[:, :width]
+
+
+def _code_table(bits):
+    """Row b: the codes byte b packs, leftmost first."""
+    per_byte = 8 // bits
+    shifts = bits * np.arange(per_byte - 1, -1, -1)
+    return ((np.arange(256)[:, np.newaxis] >> shifts) & ((1 << bits) - 1)).astype(np.uint8)
+
+
+_CODE_TABLES = {2: _code_table(2), 4: _code_table(4)}

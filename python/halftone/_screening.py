@@ -10,7 +10,7 @@ import numpy as np
 from . import _library
 from ._images import grey_planes
 from ._library import Error, library, text
-from ._packing import unpack
+from ._packing import unpack_rows
 
 Screen = collections.namedtuple(
     "Screen", "id entry family bits layout banding needs levels pattern_size summary "
@@ -195,19 +195,28 @@ class Job:
         planes = np.asarray(planes, dtype=np.uint8)
         if planes.ndim == 2:
             planes = planes[np.newaxis]
+        return self._band(planes, None, None)
+
+    def _band(self, planes, source, dots):
+        """``band`` on P x n x W planes, through the given buffers where they are
+        large enough (a page's bands reuse them; pass None to make new ones).
+        Returns the packed rows, a view of ``dots`` or a new array."""
         count, rows, width = planes.shape
         if count != self.planes or width != self.width:
             raise ValueError(f"a band of {count} plane(s) {width} wide for a job of "
                              f"{self.planes} plane(s) {self.width} wide")
         stride = self._lib.halftone_row_bytes(width, 8)
-        source = np.zeros((rows, count, stride), np.uint8)
-        source[:, :, :width] = planes.transpose(1, 0, 2)
+        # Rows past the band's last pixel stay zero: only [:width] is written.
+        if source is None or source.shape[0] < rows:
+            source = np.zeros((rows, count, stride), np.uint8)
+        source[:rows, :, :width] = planes.transpose(1, 0, 2)
         _, out_rows, size = self.output_shape(rows)
-        dots = np.zeros((out_rows * count, size), np.uint8)
+        if dots is None or dots.shape[0] < out_rows * count:
+            dots = np.zeros((out_rows * count, size), np.uint8)
         with self._lock:
             self._check(self._lib.halftone_job_band(self._live(), source.ctypes.data, stride,
                                                     dots.ctypes.data, size, rows))
-        return dots
+        return dots[:out_rows * count]
 
     def finish(self):
         """Ends the page (the last-band step); the job may then start another."""
@@ -223,12 +232,24 @@ class Job:
         height = planes.shape[1]
         if self.screen.banding == "whole-page" or self.screen.layout != "same":
             band_height = height
-        out_width = self.output_shape(height)[0]
-        packed = [self.band(planes[:, y:y + band_height])
-                  for y in range(0, height, band_height)]
+        out_width, out_height, _ = self.output_shape(height)
+        codes = np.empty((self.planes, out_height, out_width), np.uint8)
+        # One source and one output buffer serve every band.
+        rows = min(band_height, height)
+        source = np.zeros((rows, self.planes, self._lib.halftone_row_bytes(self.width, 8)),
+                          np.uint8)
+        _, out_rows, size = self.output_shape(rows)
+        dots = np.zeros((out_rows * self.planes, size), np.uint8)
+        y = done = 0
+        while y < height:
+            packed = self._band(planes[:, y:y + band_height], source, dots)
+            band = unpack_rows(packed, out_width, self.screen.bits)
+            n = band.shape[0] // self.planes
+            codes[:, done:done + n] = band.reshape(n, self.planes, out_width).transpose(1, 0, 2)
+            done += n
+            y += band_height
         self.finish()
-        return unpack(np.concatenate(packed), out_width, self.screen.bits, self.planes) \
-            .reshape(self.planes, -1, out_width)
+        return codes
 
     def close(self):
         """Frees the job; later calls raise ValueError."""
