@@ -42,13 +42,29 @@ def pack(codes, bits):
         raise ValueError(f"codes {codes.min()}..{codes.max()} do not fit in {bits} bits")
     planes = codes[np.newaxis] if codes.ndim == 2 else codes
     count, height, width = planes.shape
-    rows = planes.transpose(1, 0, 2).reshape(height * count, width).astype(np.uint8)
     per_byte = 8 // bits
-    padded = np.zeros((rows.shape[0], row_bytes(width, bits) * per_byte), np.uint8)
-    padded[:, :width] = rows
-    groups = padded.reshape(rows.shape[0], -1, per_byte)
-    shifts = (bits * np.arange(per_byte - 1, -1, -1)).astype(np.uint8)
-    return np.bitwise_or.reduce(groups << shifts, axis=2).astype(np.uint8)
+    out = np.empty((height * count, row_bytes(width, bits)), np.uint8)
+    # A few rows at a time, through one buffer: the codes in the packed rows'
+    # order, planes line-interleaved, each row run on with zero codes to a
+    # whole number of bytes.
+    step = max(1, (1 << 20) // max(1, count * out.shape[1] * per_byte))
+    padded = np.zeros((min(step, height), count, out.shape[1] * per_byte), np.uint8)
+    for y in range(0, height, step):
+        n = min(step, height - y)
+        padded[:n, :, :width] = planes[:, y:y + n].transpose(1, 0, 2)
+        _pack_rows(padded[:n].reshape(n * count, -1), bits, out[y * count:(y + n) * count])
+    return out
+
+
+def _pack_rows(codes, bits, out):
+    """Packs rows of codes, a whole number of bytes' worth each, into ``out``."""
+    if bits == 1:
+        out[...] = np.packbits(codes, axis=1)
+        return
+    per_byte = 8 // bits
+    np.left_shift(codes[:, 0::per_byte], 8 - bits, out=out)
+    for k in range(1, per_byte):
+        out |= codes[:, k::per_byte] << (8 - bits * (k + 1))
 
 
 def unpack(packed, width, bits, planes=1):
