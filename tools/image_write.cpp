@@ -231,6 +231,56 @@ class TiffWriter final : public StreamWriter {
     if (spool_ != nullptr) std::fclose(spool_);
   }
 
+  std::unique_ptr<Writer> twin(std::FILE* file, std::string const& name) const override {
+    return std::make_unique<TiffWriter>(file, name, compression_);
+  }
+
+  void append_written(std::FILE* file) override {
+    std::fflush(file);
+    ::fseeko(file, 0, SEEK_SET);  // libtiff reads the header from where the stream is
+    TIFF* in = detail::open_tiff_stream(file, name_, "r");
+    if (in == nullptr)
+      throw WriteError("cannot read back a temporary file: " + detail::tiff_error());
+    struct Cleanup {
+      TIFF* t;
+      ~Cleanup() { tiff().Cleanup(t); }
+    } cleanup{in};
+    std::vector<unsigned char> strip;
+    do {
+      // The page's tags as begin() sets them from its picture, and its
+      // strips as they were compressed.
+      Picture p;
+      std::uint16_t bits = 1;
+      char const* name = nullptr;
+      float x_dpi = 0, y_dpi = 0;
+      std::uint32_t rows_per_strip = 0;
+      tiff().GetField(in, TIFFTAG_IMAGEWIDTH, &p.width);
+      tiff().GetField(in, TIFFTAG_IMAGELENGTH, &p.height);
+      tiff().GetFieldDefaulted(in, TIFFTAG_BITSPERSAMPLE, &bits);
+      p.bits = bits;
+      if (tiff().GetField(in, TIFFTAG_PAGENAME, &name) == 1 && name != nullptr) p.name = name;
+      if (tiff().GetField(in, TIFFTAG_XRESOLUTION, &x_dpi) == 1 &&
+          tiff().GetField(in, TIFFTAG_YRESOLUTION, &y_dpi) == 1) {
+        p.x_dpi = x_dpi;
+        p.y_dpi = y_dpi;
+      }
+      tiff().GetFieldDefaulted(in, TIFFTAG_ROWSPERSTRIP, &rows_per_strip);
+      begin(p);
+      tiff().SetField(tif_, TIFFTAG_ROWSPERSTRIP, rows_per_strip);
+      const std::uint32_t strips = tiff().NumberOfStrips(in);
+      for (std::uint32_t s = 0; s < strips; ++s) {
+        const tmsize_t size = tiff().RawStripSize(in, s);
+        if (size < 0)
+          throw WriteError("cannot read back a temporary file: " + detail::tiff_error());
+        strip.resize(static_cast<std::size_t>(size));
+        if (tiff().ReadRawStrip(in, s, strip.data(), size) != size)
+          throw WriteError("cannot read back a temporary file: " + detail::tiff_error());
+        if (tiff().WriteRawStrip(tif_, s, strip.data(), size) != size) failed();
+      }
+      end();
+    } while (tiff().ReadDirectory(in));
+  }
+
   void begin(Picture const& p) override {
     picture_ = p;
     TIFF* t = tif_;

@@ -271,8 +271,10 @@ int screen_command(ScreenOptions const& o) {
     writer = image::make_writer(format, output.stream(), o.output, write_options);
     std::vector<std::string> names;
     if (cmyk) names = {"Cyan", "Magenta", "Yellow", "Black"};
-    sink = std::make_unique<PictureSink>(*writer, format == image::Format::Tiff, info.bits,
-                                         top_code(info), names);
+    auto pictures = std::make_unique<PictureSink>(*writer, format == image::Format::Tiff, info.bits,
+                                                  top_code(info), names);
+    if (!second) pictures->pictures_at_once(o.threads);  // a page's separations
+    sink = std::move(pictures);
   }
   const ScreenTotals totals = second ? screen_pages_at_once(job, open, std::move(reader),
                                                             std::move(second), o.threads, *sink)

@@ -12,6 +12,7 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "tool_error.h"
@@ -43,6 +44,16 @@ int exit_code_for(int result) {
   std::string why = job.error();
   if (why.empty()) why = "result " + std::to_string(result);
   throw ToolError(what + ": " + why, exit_code_for(result));
+}
+
+std::string spool_error(char const* what) {
+  return std::string("cannot ") + what + " a temporary file: " + std::strerror(errno);
+}
+
+std::FILE* temporary_file() {
+  std::FILE* file = std::tmpfile();
+  if (file == nullptr) throw image::WriteError(spool_error("make"));
+  return file;
 }
 
 // A progress line on a terminal: bands of a page, or pages of a file whose
@@ -117,44 +128,198 @@ void PictureSink::begin_page(PageOut const& page) {
   page_ = page;
   packed_ = (std::size_t{page.width} * static_cast<unsigned>(bits_) + 7) / 8;
   close_spools();
-  for (std::uint32_t p = 1; p < page.planes; ++p) {
-    std::FILE* spool = std::tmpfile();
-    if (spool == nullptr)
-      throw image::WriteError(std::string("cannot make a temporary file: ") + std::strerror(errno));
-    spools_.push_back(spool);
-  }
-  writer_.begin(picture(0));
+  first_spooled_ = threads_ > 1 && picture_a_plane_ && page.planes > 1 ? 0 : 1;
+  for (std::uint32_t p = first_spooled_; p < page.planes; ++p) spools_.push_back(temporary_file());
+  if (first_spooled_ == 1) writer_.begin(picture(0));
 }
 
 void PictureSink::band(unsigned char const* dots, std::uint32_t rows) {
   const std::size_t stride = page_.row_bytes;
   for (std::uint32_t r = 0; r < rows; ++r) {
     unsigned char const* row = dots + std::size_t{r} * page_.planes * stride;
-    writer_.write_row(row);
-    for (std::uint32_t p = 1; p < page_.planes; ++p)
-      if (std::fwrite(row + p * stride, 1, packed_, spools_[p - 1]) != packed_)
-        throw image::WriteError(std::string("cannot write a temporary file: ") +
-                                std::strerror(errno));
+    if (first_spooled_ == 1) writer_.write_row(row);
+    for (std::uint32_t p = first_spooled_; p < page_.planes; ++p)
+      if (std::fwrite(row + p * stride, 1, packed_, spool(p)) != packed_)
+        throw image::WriteError(spool_error("write"));
+  }
+}
+
+// Writes the spooled rows of `plane` through `writer`, whose picture is begun.
+void PictureSink::write_spooled(image::Writer& writer, std::uint32_t plane) const {
+  std::vector<unsigned char> row(packed_);
+  std::FILE* file = spool(plane);
+  std::rewind(file);
+  for (std::uint32_t y = 0; y < page_.height; ++y) {
+    if (std::fread(row.data(), 1, packed_, file) != packed_)
+      throw image::WriteError(spool_error("read back"));
+    writer.write_row(row.data());
   }
 }
 
 void PictureSink::end_page() {
-  std::vector<unsigned char> row(packed_);
-  for (std::uint32_t p = 1; p < page_.planes; ++p) {
-    if (picture_a_plane_) {
-      writer_.end();
-      writer_.begin(picture(p));
+  if (first_spooled_ == 0) {
+    write_spooled_at_once();
+  } else {
+    for (std::uint32_t p = 1; p < page_.planes; ++p) {
+      if (picture_a_plane_) {
+        writer_.end();
+        writer_.begin(picture(p));
+      }
+      write_spooled(writer_, p);
     }
-    std::FILE* spool = spools_[p - 1];
-    std::rewind(spool);
-    for (std::uint32_t y = 0; y < page_.height; ++y) {
-      if (std::fread(row.data(), 1, packed_, spool) != packed_)
-        throw image::WriteError("cannot read back a temporary file");
-      writer_.write_row(row.data());
+    writer_.end();
+  }
+  close_spools();
+}
+
+// Each plane a picture written by a twin of the writer into a file of its
+// own, up to threads_ at once, then appended in turn.
+void PictureSink::write_spooled_at_once() {
+  const std::uint32_t planes = page_.planes;
+  std::vector<std::FILE*> files(planes, nullptr);
+  struct Close {
+    std::vector<std::FILE*>& files;
+    ~Close() {
+      for (std::FILE* f : files)
+        if (f != nullptr) std::fclose(f);
+    }
+  } close{files};
+  std::vector<std::exception_ptr> failures(planes);
+  std::atomic<std::uint32_t> next{0};
+  const auto write_planes = [&] {
+    for (std::uint32_t p; (p = next++) < planes;) {
+      try {
+        std::unique_ptr<image::Writer> twin = writer_.twin(files[p], "a temporary file");
+        if (twin == nullptr)
+          throw image::WriteError("the output cannot take pictures written apart");
+        twin->begin(picture(p));
+        write_spooled(*twin, p);
+        twin->end();
+        twin->finish();
+      } catch (...) {
+        failures[p] = std::current_exception();
+      }
+    }
+  };
+  for (std::FILE*& f : files) f = temporary_file();
+  std::vector<std::thread> threads;
+  for (unsigned t = 1; t < std::min<unsigned>(threads_, planes); ++t) {
+    try {
+      threads.emplace_back(write_planes);
+    } catch (std::system_error const&) {
+      break;  // no thread to be had: this one writes the rest
     }
   }
-  writer_.end();
-  close_spools();
+  write_planes();
+  for (std::thread& t : threads) t.join();
+  for (std::uint32_t p = 0; p < planes; ++p) {
+    if (failures[p]) std::rethrow_exception(failures[p]);
+    writer_.append_written(files[p]);
+  }
+}
+
+namespace {
+
+// A page's screened bands, kept in a temporary file until the page's turn.
+class SpoolSink final : public HeldPage {
+ public:
+  SpoolSink() : file_(temporary_file()) {}
+  ~SpoolSink() override { std::fclose(file_); }
+  SpoolSink(SpoolSink const&) = delete;
+  SpoolSink& operator=(SpoolSink const&) = delete;
+
+  void begin_page(PageOut const& page) override {
+    page_ = page;
+    begun_ = true;
+  }
+  void band(unsigned char const* dots, std::uint32_t rows) override {
+    const std::size_t size = band_bytes(rows);
+    if (std::fwrite(&rows, sizeof rows, 1, file_) != 1 ||
+        (size != 0 && std::fwrite(dots, 1, size, file_) != size))
+      throw image::WriteError(spool_error("write"));
+    most_rows_ = std::max(most_rows_, rows);
+  }
+  void end_page() override {}
+
+  // Hands the page to `out` as screen_page would have.
+  void hand_on(PageSink& out) override {
+    std::rewind(file_);
+    if (begun_) {
+      out.begin_page(page_);
+      std::vector<unsigned char> dots(band_bytes(most_rows_));
+      std::uint32_t rows = 0;
+      while (std::fread(&rows, sizeof rows, 1, file_) == 1) {
+        const std::size_t size = band_bytes(rows);
+        if (rows > most_rows_ || std::fread(dots.data(), 1, size, file_) != size)
+          throw image::WriteError(spool_error("read back"));
+        out.band(dots.data(), rows);
+      }
+    }
+    out.end_page();
+  }
+
+ private:
+  std::size_t band_bytes(std::uint32_t rows) const { return page_.row_bytes * page_.planes * rows; }
+  std::FILE* file_;
+  PageOut page_;
+  bool begun_ = false;
+  std::uint32_t most_rows_ = 0;
+};
+
+// A page's pictures written by a twin of the output's writer into a
+// temporary file, and appended to the output whole in the page's turn.
+class WrittenPage final : public HeldPage {
+ public:
+  WrittenPage(std::FILE* file, std::unique_ptr<image::Writer> writer, image::Writer& target,
+              bool picture_a_plane, int bits, int top_code, std::vector<std::string> names)
+      : file_(file),
+        writer_(std::move(writer)),
+        target_(target),
+        sink_(*writer_, picture_a_plane, bits, top_code, std::move(names)) {}
+  ~WrittenPage() override { std::fclose(file_); }
+  WrittenPage(WrittenPage const&) = delete;
+  WrittenPage& operator=(WrittenPage const&) = delete;
+
+  void begin_page(PageOut const& page) override {
+    sink_.begin_page(page);
+    begun_ = true;
+  }
+  void band(unsigned char const* dots, std::uint32_t rows) override { sink_.band(dots, rows); }
+  void end_page() override {
+    sink_.end_page();
+    writer_->finish();
+  }
+  void hand_on(PageSink& /*out*/) override {
+    if (begun_) target_.append_written(file_);
+  }
+
+ private:
+  std::FILE* file_;
+  std::unique_ptr<image::Writer> writer_;
+  image::Writer& target_;
+  PictureSink sink_;
+  bool begun_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<HeldPage> PageSink::hold() const { return std::make_unique<SpoolSink>(); }
+
+std::unique_ptr<HeldPage> PictureSink::hold() const {
+  std::FILE* file = temporary_file();
+  std::unique_ptr<image::Writer> twin;
+  try {
+    twin = writer_.twin(file, "a temporary file");
+  } catch (...) {
+    std::fclose(file);
+    throw;
+  }
+  if (twin == nullptr) {
+    std::fclose(file);
+    return PageSink::hold();
+  }
+  return std::make_unique<WrittenPage>(file, std::move(twin), writer_, picture_a_plane_, bits_,
+                                       top_code_, names_);
 }
 
 namespace {
@@ -246,62 +411,10 @@ ScreenTotals screen_pages(ScreenJob const& request, image::Reader& in, PageSink&
 
 namespace {
 
-std::string spool_error(char const* what) {
-  return std::string("cannot ") + what + " a temporary file: " + std::strerror(errno);
-}
-
-// A page's screened bands, kept in a temporary file until the page's turn.
-class SpoolSink final : public PageSink {
- public:
-  SpoolSink() : file_(std::tmpfile()) {
-    if (file_ == nullptr) throw image::WriteError(spool_error("make"));
-  }
-  ~SpoolSink() override { std::fclose(file_); }
-  SpoolSink(SpoolSink const&) = delete;
-  SpoolSink& operator=(SpoolSink const&) = delete;
-
-  void begin_page(PageOut const& page) override {
-    page_ = page;
-    begun_ = true;
-  }
-  void band(unsigned char const* dots, std::uint32_t rows) override {
-    const std::size_t size = band_bytes(rows);
-    if (std::fwrite(&rows, sizeof rows, 1, file_) != 1 ||
-        (size != 0 && std::fwrite(dots, 1, size, file_) != size))
-      throw image::WriteError(spool_error("write"));
-    most_rows_ = std::max(most_rows_, rows);
-  }
-  void end_page() override {}
-
-  // Hands the page to `out` as screen_page would have.
-  void replay(PageSink& out) {
-    std::rewind(file_);
-    if (begun_) {
-      out.begin_page(page_);
-      std::vector<unsigned char> dots(band_bytes(most_rows_));
-      std::uint32_t rows = 0;
-      while (std::fread(&rows, sizeof rows, 1, file_) == 1) {
-        const std::size_t size = band_bytes(rows);
-        if (rows > most_rows_ || std::fread(dots.data(), 1, size, file_) != size)
-          throw image::WriteError(spool_error("read back"));
-        out.band(dots.data(), rows);
-      }
-    }
-    out.end_page();
-  }
-
- private:
-  std::size_t band_bytes(std::uint32_t rows) const { return page_.row_bytes * page_.planes * rows; }
-  std::FILE* file_;
-  PageOut page_;
-  bool begun_ = false;
-  std::uint32_t most_rows_ = 0;
-};
-
 // The pages handed out to the workers and those they finished, in turn.
 struct PageBoard {
   struct Page {
-    std::unique_ptr<SpoolSink> spool;
+    std::unique_ptr<HeldPage> held;
     ScreenTotals totals;
     std::exception_ptr error;
   };
@@ -324,9 +437,10 @@ struct PageBoard {
 };
 
 // One worker: screens page `page` (handed to it already) where its reader
-// stands, then the pages it is handed, moving its reader forward to each.
+// stands, then the pages it is handed, moving its reader forward to each;
+// each page goes to a sink `out` holds it in (out.hold()) until its turn.
 void page_worker(PageBoard& board, ScreenJob const& job, OpenReader const& open,
-                 std::unique_ptr<image::Reader> reader, std::uint64_t page) {
+                 PageSink const& out, std::unique_ptr<image::Reader> reader, std::uint64_t page) {
   std::uint64_t at = page;  // the reader's page
   bool read_through = false;
   for (;;) {
@@ -344,8 +458,8 @@ void page_worker(PageBoard& board, ScreenJob const& job, OpenReader const& open,
         if (!exists) break;
       }
       if (exists) {
-        result.spool = std::make_unique<SpoolSink>();
-        result.totals = screen_page(job, *reader, *result.spool, &board.stop);
+        result.held = out.hold();
+        result.totals = screen_page(job, *reader, *result.held, &board.stop);
         read_through = true;
       }
     } catch (...) {
@@ -388,15 +502,15 @@ ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
     }
   } join{board, threads};
   threads.emplace_back(page_worker, std::ref(board), std::cref(page_job), std::cref(open),
-                       std::move(first), 0);
+                       std::cref(out), std::move(first), 0);
   threads.emplace_back(page_worker, std::ref(board), std::cref(page_job), std::cref(open),
-                       std::move(second), 1);
+                       std::cref(out), std::move(second), 1);
   for (unsigned w = 2; w < workers; ++w) {
     std::unique_lock<std::mutex> lock(board.mutex);
     const std::uint64_t page = board.handed++;
     lock.unlock();
     threads.emplace_back(page_worker, std::ref(board), std::cref(page_job), std::cref(open),
-                         nullptr, page);
+                         std::cref(out), nullptr, page);
   }
 
   ScreenTotals totals;
@@ -414,7 +528,7 @@ ScreenTotals screen_pages_at_once(ScreenJob const& job, OpenReader const& open,
       board.pages.erase(it);
     }
     if (done.error) std::rethrow_exception(done.error);  // `join` halts the others
-    done.spool->replay(out);
+    done.held->hand_on(out);
     add(totals, done.totals);
     {
       std::lock_guard<std::mutex> lock(board.mutex);

@@ -24,6 +24,8 @@ struct PageOut {
   double x_dpi = 0, y_dpi = 0;
 };
 
+class HeldPage;
+
 // Takes screened pages: bands of line-interleaved planes, rows of row_bytes.
 class PageSink {
  public:
@@ -31,6 +33,17 @@ class PageSink {
   virtual void begin_page(PageOut const& page) = 0;
   virtual void band(unsigned char const* dots, std::uint32_t rows) = 0;
   virtual void end_page() = 0;
+  // A sink for a page screened ahead of its turn (in another thread), which
+  // keeps it until hand_on gives it here. By default it keeps the page's
+  // bands in a temporary file; called from any thread.
+  virtual std::unique_ptr<HeldPage> hold() const;
+};
+
+// A page screened ahead of its turn.
+class HeldPage : public PageSink {
+ public:
+  // Gives the page to `out`, the sink whose hold() made this one.
+  virtual void hand_on(PageSink& out) = 0;
 };
 
 // The library's rows exactly as it writes them, pages one after another.
@@ -58,10 +71,21 @@ class PictureSink final : public PageSink {
   void begin_page(PageOut const& page) override;
   void band(unsigned char const* dots, std::uint32_t rows) override;
   void end_page() override;
+  // Where the writer can append pictures written apart (TIFF), a page held
+  // is written, and compressed, by the thread that screened it.
+  std::unique_ptr<HeldPage> hold() const override;
+  // Up to `threads` pictures of a page at once: where each plane is a
+  // picture and the writer can append pictures written apart, every plane
+  // waits in a temporary file and the page's end writes (compresses) them
+  // on that many threads, then appends them in turn.
+  void pictures_at_once(unsigned threads) { threads_ = threads; }
 
  private:
   image::Picture picture(std::uint32_t plane) const;
   void close_spools();
+  std::FILE* spool(std::uint32_t plane) const { return spools_[plane - first_spooled_]; }
+  void write_spooled(image::Writer& writer, std::uint32_t plane) const;
+  void write_spooled_at_once();
 
   image::Writer& writer_;
   bool picture_a_plane_;
@@ -69,7 +93,9 @@ class PictureSink final : public PageSink {
   std::vector<std::string> names_;
   PageOut page_;
   std::size_t packed_ = 0;
-  std::vector<std::FILE*> spools_;  // planes 1 .. planes - 1
+  unsigned threads_ = 1;
+  std::uint32_t first_spooled_ = 1;  // 0 when every plane is spooled (pictures at once)
+  std::vector<std::FILE*> spools_;   // planes first_spooled_ .. planes - 1
 };
 
 struct ScreenJob {

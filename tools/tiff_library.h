@@ -17,9 +17,10 @@ namespace halftone::image {
 // clang-format off
 #define HALFTONE_TIFF_FUNCTIONS(X)                                                      \
   X(ClientOpen) X(Cleanup) X(Close) X(DefaultStripSize) X(Flush) X(GetField)              \
-  X(GetFieldDefaulted) X(IsCODECConfigured) X(IsTiled) X(ReadDirectory) X(ReadScanline)   \
-  X(ReadTile) X(ScanlineSize) X(ScanlineSize64) X(SetDirectory) X(SetErrorHandler)        \
-  X(SetField) X(SetWarningHandler) X(TileSize64) X(WriteDirectory) X(WriteScanline)
+  X(GetFieldDefaulted) X(IsCODECConfigured) X(IsTiled) X(NumberOfStrips) X(RawStripSize) \
+  X(ReadDirectory) X(ReadRawStrip) X(ReadScanline) X(ReadTile) X(ScanlineSize)             \
+  X(ScanlineSize64) X(SetDirectory) X(SetErrorHandler) X(SetField) X(SetWarningHandler)    \
+  X(TileSize64) X(WriteDirectory) X(WriteRawStrip) X(WriteScanline)
 // clang-format on
 
 // TIFFxxx as xxx.
