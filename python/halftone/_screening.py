@@ -224,11 +224,14 @@ class Job:
             self._check(self._lib.halftone_job_finish(self._live()))
 
     def page(self, planes, band_height=64):
-        """Screens a whole page P x H x W in bands and returns its codes, P x H' x W'.
+        """Screens a whole page P x H x W (or H x W) in bands; returns its codes, P x H' x W'.
 
         Whole-page screens and the turned utilities take the page in one call.
         """
         band_height = _whole_number("band_height", band_height, 1, 0xFFFFFFFF)
+        planes = np.asarray(planes, dtype=np.uint8)
+        if planes.ndim == 2:
+            planes = planes[np.newaxis]
         height = planes.shape[1]
         if self.screen.banding == "whole-page" or self.screen.layout != "same":
             band_height = height
