@@ -131,14 +131,14 @@ class Writer {
   // False for formats that hold one picture (PNG).
   virtual bool holds_several() const { return true; }
 
-  // Pictures written ahead, in another thread: where the format can take
-  // them whole, a writer of this one's format and options onto `file`
-  // (which stays the caller's), whose pictures, once it has finished,
-  // append_written copies into this writer's file as they are (TIFF: strip
-  // by strip, compressed once, by the writer that made them). nullptr where
-  // the format cannot.
+  // Pictures written ahead, in another thread, where the format can take
+  // them whole (appends_written): twin gives a writer of this one's format
+  // and options onto `file` (which stays the caller's), whose pictures, once
+  // it has finished, append_written copies into this writer's file as they
+  // are (TIFF: strip by strip, compressed once, by the writer that made them).
+  virtual bool appends_written() const { return false; }
   virtual std::unique_ptr<Writer> twin(std::FILE* /*file*/, std::string const& /*name*/) const {
-    return nullptr;
+    throw Error("this format cannot take pictures written apart");
   }
   // Appends every picture a finished twin wrote to `file`.
   virtual void append_written(std::FILE* /*file*/) {

@@ -231,6 +231,7 @@ class TiffWriter final : public StreamWriter {
     if (spool_ != nullptr) std::fclose(spool_);
   }
 
+  bool appends_written() const override { return true; }
   std::unique_ptr<Writer> twin(std::FILE* file, std::string const& name) const override {
     return std::make_unique<TiffWriter>(file, name, compression_);
   }

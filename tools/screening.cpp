@@ -128,7 +128,8 @@ void PictureSink::begin_page(PageOut const& page) {
   page_ = page;
   packed_ = (std::size_t{page.width} * static_cast<unsigned>(bits_) + 7) / 8;
   close_spools();
-  first_spooled_ = threads_ > 1 && picture_a_plane_ && page.planes > 1 ? 0 : 1;
+  first_spooled_ =
+      threads_ > 1 && picture_a_plane_ && page.planes > 1 && writer_.appends_written() ? 0 : 1;
   for (std::uint32_t p = first_spooled_; p < page.planes; ++p) spools_.push_back(temporary_file());
   if (first_spooled_ == 1) writer_.begin(picture(0));
 }
@@ -190,8 +191,6 @@ void PictureSink::write_spooled_at_once() {
     for (std::uint32_t p; (p = next++) < planes;) {
       try {
         std::unique_ptr<image::Writer> twin = writer_.twin(files[p], "a temporary file");
-        if (twin == nullptr)
-          throw image::WriteError("the output cannot take pictures written apart");
         twin->begin(picture(p));
         write_spooled(*twin, p);
         twin->end();
@@ -306,6 +305,7 @@ class WrittenPage final : public HeldPage {
 std::unique_ptr<HeldPage> PageSink::hold() const { return std::make_unique<SpoolSink>(); }
 
 std::unique_ptr<HeldPage> PictureSink::hold() const {
+  if (!writer_.appends_written()) return PageSink::hold();
   std::FILE* file = temporary_file();
   std::unique_ptr<image::Writer> twin;
   try {
@@ -313,10 +313,6 @@ std::unique_ptr<HeldPage> PictureSink::hold() const {
   } catch (...) {
     std::fclose(file);
     throw;
-  }
-  if (twin == nullptr) {
-    std::fclose(file);
-    return PageSink::hold();
   }
   return std::make_unique<WrittenPage>(file, std::move(twin), writer_, picture_a_plane_, bits_,
                                        top_code_, names_);

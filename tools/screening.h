@@ -75,7 +75,7 @@ class PictureSink final : public PageSink {
   // is written, and compressed, by the thread that screened it.
   std::unique_ptr<HeldPage> hold() const override;
   // Up to `threads` pictures of a page at once: where each plane is a
-  // picture and the writer can append pictures written apart, every plane
+  // picture and the writer appends pictures written apart, every plane
   // waits in a temporary file and the page's end writes (compresses) them
   // on that many threads, then appends them in turn.
   void pictures_at_once(unsigned threads) { threads_ = threads; }
