@@ -237,7 +237,6 @@ class TiffWriter final : public StreamWriter {
   }
 
   void append_written(std::FILE* file) override {
-    std::fflush(file);
     ::fseeko(file, 0, SEEK_SET);  // libtiff reads the header from where the stream is
     TIFF* in = detail::open_tiff_stream(file, name_, "r");
     if (in == nullptr)
