@@ -40,6 +40,7 @@
 #include <vector>
 
 #include "frame/band_lines.h"
+#include "frame/compiler.h"
 #include "frame/cpu.h"
 #include "frame/feedback_random.h"
 #include "frame/lanes.h"
@@ -158,7 +159,7 @@ class RowOut {
   std::uint32_t first_;
 };
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 // A pixel of every plane of a lane group: one column, each lane its plane's grey.
 template <class V>
 struct LanePixel {
@@ -386,7 +387,7 @@ class BandEngine {
   // than in pairs on two. The job's first bands are timed each way
   // (PlaneSplitTiming) and the rest take the faster.
   void several_planes(BandLines<T>& lines, unsigned threads) {
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
     if constexpr (Policy::kLaneRule) {
       const std::uint32_t planes = control_.planes;
       if (planes / plane_runs(planes, threads) >= 3) return planes_in_lanes(lines, threads);
@@ -469,7 +470,7 @@ class BandEngine {
     shared = start[planes];
   }
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 
   // Planes whose draws are known ahead, in groups of up to four, one a lane:
   // every lane starts from the generator as the planes before it leave it,

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "frame/compiler.h"
 #include "frame/lanes.h"
 #include "frame/layout.h"
 #include "frame/select.h"
@@ -33,7 +34,7 @@ struct DecisionOf {
 };
 
 inline std::int32_t choose(bool m, std::int32_t a, std::int32_t b) { return m ? a : b; }
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 inline Lanes choose(Lanes m, Lanes a, Lanes b) { return blend(m, a, b); }
 inline Lanes32 choose(Lanes32 m, Lanes32 a, Lanes32 b) { return blend(m, a, b); }
 #endif
@@ -219,7 +220,7 @@ struct EvenLevels {
 
   // 255 * band / kTop, truncated.
   static std::int32_t level(std::int32_t band) { return 255 * band / kTop; }
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
   // 255 / 3 is whole; 255 b / 7 is (255 b * 9363) >> 16 for every band 0-7.
   static Lanes level(Lanes band) {
     if constexpr (kTop == 3)

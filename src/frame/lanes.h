@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "frame/compiler.h"
 #include "frame/feedback_random.h"
 #include "frame/layout.h"
 #include "frame/random_jump.h"
@@ -59,7 +60,7 @@ inline V splat(std::int32_t v) {
   return static_cast<V>(v);
 }
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 inline constexpr std::uint32_t kLanes = 4;
 
 // Eight 16-bit elements; plane l of the group is element 2l, the low half of

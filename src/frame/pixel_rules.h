@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "frame/band_engine.h"
+#include "frame/compiler.h"
 #include "frame/lanes.h"
 #include "frame/select.h"
 #include "frame/tone_curves.h"
@@ -58,7 +59,7 @@ inline double quantise_double(double v, std::uint32_t x, RowOut<1>& out) {
   return v - keep_if(255.0, !dot);
 }
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 // The same for four planes of doubles in lanes.
 using halftone::keep_if;
 template <class LaneOut>
@@ -119,7 +120,7 @@ inline std::int32_t part_of(std::int32_t e, Part p) {
   return part.high - part.less;
 }
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 // The part of each lane's e that the lane's own mul16 and all16 name:
 // from e, a multiply-high and two adds, the same few steps whichever part
 // each lane has.

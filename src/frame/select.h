@@ -9,12 +9,14 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/compiler.h"
+
 namespace halftone {
 
 // v <= limit ? at_most : above, without a branch.
 inline std::int32_t select_at_most(std::int32_t v, std::int32_t limit, std::int32_t at_most,
                                    std::int32_t above) {
-#if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
+#if defined(HALFTONE_VECTORS) && defined(__x86_64__)
   __asm__("cmpl %2, %1\n\tcmovg %3, %0" : "+r"(at_most) : "r"(v), "ri"(limit), "r"(above) : "cc");
   return at_most;
 #else
@@ -24,7 +26,7 @@ inline std::int32_t select_at_most(std::int32_t v, std::int32_t limit, std::int3
 
 // (word & 1) != 0 ? one : zero, without a branch.
 inline std::int32_t select_on_low_bit(std::uint32_t word, std::int32_t one, std::int32_t zero) {
-#if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
+#if defined(HALFTONE_VECTORS) && defined(__x86_64__)
   __asm__("testl $1, %1\n\tcmovnel %2, %0" : "+r"(zero) : "r"(word), "r"(one) : "cc");
   return zero;
 #else

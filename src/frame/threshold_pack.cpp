@@ -3,12 +3,13 @@
 #include <atomic>
 #include <cstring>
 
+#include "frame/compiler.h"
 #include "frame/cpu.h"
 
 #if defined(__x86_64__) || defined(_M_X64)
 #include <immintrin.h>
 #define HALFTONE_SSE2 1
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 #define HALFTONE_AVX2 1
 #endif
 #endif
@@ -237,7 +238,7 @@ void threshold_pack_row(unsigned char const* source, unsigned char* out, std::ui
 
 void threshold_pack2_row(unsigned char const* source, unsigned char* out, std::uint32_t width,
                          ThresholdRing const (&rings)[3], std::uint32_t shift, DotTest test,
-                         VectorPath path) {
+                         [[maybe_unused]] VectorPath path) {
 #ifdef HALFTONE_AVX2
   if (path == VectorPath::Best && cpu_has_avx2())
     return avx2_row2(source, out, width, rings, shift, test);

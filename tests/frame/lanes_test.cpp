@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "frame/band_engine.h"
+#include "frame/compiler.h"
 #include "frame/pixel_rules.h"
 
 namespace halftone {
@@ -29,7 +30,7 @@ TEST(Parts, EqualThePlainIntegerSplits) {
       ASSERT_EQ(engine::part_of(e, c.part), c.plain(e)) << c.part.mul << " of " << e;
 }
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 TEST(Lanes, SplitsEqualThePlainIntegerSplitsForEveryValue) {
   struct Case {
     char const* name;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "frame/band_engine.h"
+#include "frame/compiler.h"
 #include "frame/pixel_rules.h"
 #include "screens/damped/noise_tables.h"
 
@@ -164,7 +165,7 @@ struct RandomRuns : engine::PolicyBase<double> {
   std::uint32_t along(double, std::uint32_t x, std::uint32_t y) const {
     return static_cast<std::uint32_t>((bits[y * row_words + x / 64] >> (x & 63u)) & 1u);
   }
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
   static constexpr bool kLaneRule = true;
   std::uint64_t const* lane_bits[kLanes] = {};
 

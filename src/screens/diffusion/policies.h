@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/band_engine.h"
+#include "frame/compiler.h"
 #include "frame/pixel_rules.h"
 #include "frame/state.h"
 #include "frame/tone_curves.h"
@@ -117,7 +118,7 @@ engine::Shares<V> split_thirds(V e, R2 r2) {
                       [&](engine::Part p) { return part_value(p, e, t, tt); });
 }
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 // Lanes: each side's part is picked for each lane from r2 as a multiplier
 // and a mask (engine::part_of for lanes), before e is known.
 template <Dir D, Role R>

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "frame/band_engine.h"
+#include "frame/compiler.h"
 #include "frame/pixel_rules.h"
 #include "frame/tone_curves.h"
 
@@ -47,7 +48,7 @@ struct BlockFrame : engine::PolicyBase<T> {
 
 inline constexpr std::int32_t halve(std::int32_t t) { return t / 2; }
 inline constexpr double halve(double t) { return t * 0.5; }
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
 inline DoubleLanes halve(DoubleLanes t) { return t * 0.5; }
 #endif
 

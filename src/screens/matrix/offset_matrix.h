@@ -18,6 +18,7 @@
 
 #include "frame/band_engine.h"
 #include "frame/cascades.h"
+#include "frame/compiler.h"
 #include "frame/state.h"
 #include "frame/tone_curves.h"
 
@@ -93,7 +94,7 @@ struct OffsetSerpentine : engine::PolicyBase<std::int16_t> {
   // Every pixel runs the same rule; the engine drops the along share at the
   // row's end. Sums are 32-bit; only the lines wrap to 16 bits. The rule is
   // written over the value type, so four planes run in 32-bit lanes.
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
   static constexpr bool kLaneRule = true;
   using LaneValue = Lanes32;
   static constexpr bool kLaneSumUnwrapped = Quantiser::kReadsLow16;
@@ -141,7 +142,7 @@ struct FourLevelCodes {
   static constexpr bool kReadsLow16 = true;
   template <class V, class Px, class Out>
   V operator()(V v, Px const& px, Out& out, V push) const {
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(HALFTONE_VECTORS)
     if constexpr (std::is_same_v<V, Lanes32>) {
       // The decision reads v as a 16-bit value and its error is one: on the
       // low 16-bit halves of the words, no wrap is needed before it. The
