@@ -20,6 +20,8 @@ packages=(cmake make g++ gcc pkg-config libgtest-dev libgmock-dev libbenchmark-d
   python3 python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pil
   python3-distributed python3-pytest python3-matplotlib
   cups cups-filters ghostscript clang-14 libclang-rt-14-dev netpbm)
+# The tests also cross-compile the library for Windows with MinGW-w64.
+[ "$job" != test ] || packages+=(g++-mingw-w64-x86-64-posix)
 for pkg in "${packages[@]}"; do
   have "$pkg" || missing+=("$pkg")
 done
@@ -49,6 +51,14 @@ case "$job" in
     exec "$root/build/tools/halftone" demo --out "$out" ;;
   test)
     ctest --test-dir "$root/build" -j"$jobs" --output-on-failure
+    # The library once more as compilers without GCC's vector extensions (MSVC)
+    # build it, plain standard C++, and its tests: the same bytes either way.
+    (cd "$root" && cmake --preset standard >/dev/null && cmake --build --preset standard -j"$jobs" &&
+      ctest --preset standard -j"$jobs")
+    # The library cross-compiled for 64-bit Windows: its Windows paths build, and
+    # the package test's hosts build against the installed DLL.
+    (cd "$root" && cmake --preset windows >/dev/null && cmake --build --preset windows -j"$jobs" &&
+      tests/package/package_test.sh build-windows . cmake/mingw-w64.cmake)
     # The tests again under AddressSanitizer and UndefinedBehaviorSanitizer, then
     # every fuzz program for a few seconds on its corpus (docs/reliability.md).
     (cd "$root" && cmake --preset sanitize >/dev/null && cmake --build --preset sanitize -j"$jobs" &&

@@ -3,10 +3,20 @@
 # it: a C99 program through pkg-config and a C++ program through
 # find_package(halftone). Both screen the same page through the job API; their
 # packed rows must equal each other and the halftone program's --raw output.
-#   package_test.sh BUILD_DIR SOURCE_DIR
+#   package_test.sh BUILD_DIR SOURCE_DIR [TOOLCHAIN_FILE]
+# Given the CMake toolchain file of a cross build (build-windows/ with
+# cmake/mingw-w64.cmake), the hosts are built with that system's compilers
+# and not run.
 set -euo pipefail
 build=$1
 source=$2
+toolchain=${3:+$(realpath "$3")}
+cc=cc
+cross=()
+if [ -n "$toolchain" ]; then
+  cc=$(sed -n 's/^set(CMAKE_C_COMPILER \(.*\))$/\1/p' "$toolchain")
+  cross=(-DCMAKE_TOOLCHAIN_FILE="$toolchain")
+fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
@@ -14,17 +24,27 @@ prefix=$work/prefix
 for component in runtime development; do
   cmake --install "$build" --prefix "$prefix" --component "$component" >/dev/null
 done
-libdir=$(dirname "$(find "$prefix" -name 'libhalftone.so' | head -n1)")
+libdir=$(dirname "$(dirname "$(find "$prefix" -name halftone.pc | head -n1)")")
 
 # C99 through pkg-config, with warnings as errors.
 export PKG_CONFIG_PATH=$libdir/pkgconfig
-cc -std=c99 -Wall -Wextra -pedantic -Werror "$source/tests/package/consumer.c" -o "$work/c_host" \
-  $(pkg-config --cflags --libs halftone) -Wl,-rpath,"$libdir"
+rpath=(-Wl,-rpath,"$libdir")
+if [ -n "$toolchain" ]; then
+  rpath=()
+  # A cross build looks for packages under the target's root only: say where.
+  cross+=(-Dhalftone_DIR="$libdir/cmake/halftone")
+fi
+"$cc" -std=c99 -Wall -Wextra -pedantic -Werror "$source/tests/package/consumer.c" \
+  -o "$work/c_host" $(pkg-config --cflags --libs halftone) "${rpath[@]}"
 
 # C++ through the CMake package.
-cmake -S "$source/tests/package/cpp" -B "$work/cpp" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -S "$source/tests/package/cpp" -B "$work/cpp" "${cross[@]}" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_BUILD_RPATH="$libdir" >/dev/null
 cmake --build "$work/cpp" >/dev/null
+if [ -n "$toolchain" ]; then
+  echo "ok: both hosts built against the package for $(basename "$toolchain" .cmake)"
+  exit 0
+fi
 
 "$work/c_host" --page 301 190 "$work/page.pgm"
 failed=0
