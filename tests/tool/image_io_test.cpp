@@ -194,7 +194,7 @@ TEST(Writers, PicturesReadBackAsDrawn) {
   const std::vector<Case> cases = {
       {1, {0xA0}, {0, 255, 0, 255}, {F::Pbm, F::Pgm, F::Png, F::Tiff, F::Pam}},  // 1010
       {2, {0x1B}, {255, 170, 85, 0}, {F::Pgm, F::Pam, F::Png, F::Tiff}},         // 0 1 2 3
-      {4, {0x07, 0x31}, {255, 0, 146, 219}, {F::Pam}},                           // 0 7 3 1
+      {4, {0x07, 0x31}, {255, 0, 146, 219}, {F::Pam, F::Pgm, F::Png}},           // 0 7 3 1
       {4, {0x07, 0x31}, {255, 136, 204, 238}, {F::Tiff}},  // the codes kept, 0-15
   };
   for (auto const& [bits, row, grey, formats] : cases)
