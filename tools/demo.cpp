@@ -188,7 +188,7 @@ Card screen_card(halftone_screen_info const& info, GreyImage const& chart, DataF
   picture.width = kept.page_.width;
   picture.height = kept.page_.height;
   picture.bits = info.bits;
-  picture.top_code = top_code(info);
+  picture.top_code = info.top_code;
   const std::string id = info.id;
   card.picture = id + ".png";
   card.file = id + (info.bits == 1 ? ".pbm" : ".pgm");

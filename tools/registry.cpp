@@ -76,17 +76,6 @@ std::string needs_text(halftone_screen_info const& info) {
   return text.empty() ? "-" : text;
 }
 
-int top_code(halftone_screen_info const& info) {
-  switch (info.bits) {
-    case 1:
-      return 1;
-    case 2:
-      return 3;
-    default:
-      return 7;  // four-bit cells hold codes 0-7
-  }
-}
-
 std::string checked_levels(std::string const& text, halftone_screen_info const& info) {
   const int count = info.levels;
   const std::string form = "--levels for " + std::string(info.id) + " takes " +

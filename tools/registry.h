@@ -20,9 +20,6 @@ std::vector<halftone_screen_info const*> all_screens();
 // "tone-curves, levels(4), pattern 16x16" or "-".
 std::string needs_text(halftone_screen_info const& info);
 
-// The darkest dot-size code of a screen's output (1 for dots).
-int top_code(halftone_screen_info const& info);
-
 // Checks a level list for a screen that reads `count` levels: that many
 // whole numbers 0-255, none below the one before. Returns it as
 // "v1,v2,...". Throws ToolError giving the expected form.

@@ -272,7 +272,7 @@ int screen_command(ScreenOptions const& o) {
     std::vector<std::string> names;
     if (cmyk) names = {"Cyan", "Magenta", "Yellow", "Black"};
     auto pictures = std::make_unique<PictureSink>(*writer, format == image::Format::Tiff, info.bits,
-                                                  top_code(info), names);
+                                                  info.top_code, names);
     if (!second) pictures->pictures_at_once(o.threads);  // a page's separations
     sink = std::move(pictures);
   }

@@ -80,6 +80,9 @@ typedef struct halftone_screen_info {
      inverted-output screens); 0 where a set bit is a dot. The codes of
      two- and four-bit screens are 0 for white. */
   int paper_bits;
+  /* The code of a full dot, the darkest a cell holds: 1 for dots, 3 for
+     two-bit codes, 7 for four-bit codes (0-7, the top bit of a cell 0). */
+  int top_code;
 } halftone_screen_info;
 
 size_t halftone_screen_count(void);

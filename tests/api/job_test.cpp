@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <map>
 #include <random>
 #include <string>
 #include <thread>
@@ -257,6 +258,30 @@ TEST(Registry, PaperBitsAreWhatAWhitePageShows) {
     for (std::size_t i = 0; i + 4 < dots.size(); ++i) set += std::popcount(dots[i]);
     EXPECT_EQ(set * 2 > 32 * 8, s.info.paper_bits != 0) << set << " bits set";
   }
+}
+
+// No screen writes a code above its top code, and the screens of each cell
+// size, on a black page and a noisy ramp, reach the top code they declare.
+TEST(Registry, TopCodeIsTheDarkestCodeWritten) {
+  std::map<int, std::pair<int, int>> by_bits;  // bits: top code declared, darkest seen
+  for (Screen const& s : registry()) {
+    SCOPED_TRACE(s.info.id);
+    const int bits = s.info.bits;
+    int darkest = 0;
+    for (bool black : {false, true}) {
+      Page p = page_for(s, 32, 8, 1, 8, 1);
+      if (black) std::fill(p.source.begin(), p.source.end(), 0);
+      const Bytes codes = JobRun(s, p).result();
+      for (std::size_t i = 0; i + 4 < codes.size(); ++i)  // the guard bytes left out
+        for (int shift = 8 - bits; shift >= 0; shift -= bits)
+          darkest = std::max(darkest, (codes[i] >> shift) & ((1 << bits) - 1));
+    }
+    EXPECT_LE(darkest, s.info.top_code);
+    auto [entry, fresh] = by_bits.try_emplace(bits, s.info.top_code, darkest);
+    EXPECT_EQ(entry->second.first, s.info.top_code) << "differs among " << bits << "-bit screens";
+    if (!fresh) entry->second.second = std::max(entry->second.second, darkest);
+  }
+  for (auto const& [bits, top] : by_bits) EXPECT_EQ(top.second, top.first) << bits << " bits";
 }
 
 // A four-plane page in bands of 5, 7 and 4 rows with the given threads: every byte.
