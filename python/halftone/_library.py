@@ -77,6 +77,7 @@ class _ScreenInfo(ctypes.Structure):
         ("summary", ctypes.c_char_p),
         ("default_levels", ctypes.c_char_p),
         ("paper_bits", ctypes.c_int),
+        ("top_code", ctypes.c_int),
     ]
 
 

@@ -14,7 +14,7 @@ from ._packing import unpack_rows
 
 Screen = collections.namedtuple(
     "Screen", "id entry family bits layout banding needs levels pattern_size summary "
-    "default_levels paper_bits", defaults=(None, False))
+    "default_levels paper_bits top_code", defaults=(None, False, 1))
 Screen.__doc__ = """One row of the library's registry.
 
 id: readable name (lower-case, kebab-case); entry: the fixed entry point name;
@@ -28,7 +28,9 @@ values the levels option takes (0: none); pattern_size: (width, height) of
 the pattern banks it reads, None when any size goes; summary: one line;
 default_levels: the levels used when none are given (evenly spread), as a
 list, None when it reads none; paper_bits: True where a set output bit is
-paper and a clear one a dot (the inverted-output screens)."""
+paper and a clear one a dot (the inverted-output screens); top_code: the code
+of a full dot, the darkest a cell holds (1 for dots, 3 for two-bit codes, 7
+for four-bit codes)."""
 
 _registry = None
 _registry_lock = threading.Lock()
@@ -58,7 +60,7 @@ def _row(info):
                   _library.LAYOUTS[info.layout], _library.BANDINGS[info.banding], needs,
                   info.levels, size, text(info.summary),
                   [int(v) for v in text(info.default_levels).split(",")]
-                  if info.default_levels else None, bool(info.paper_bits))
+                  if info.default_levels else None, bool(info.paper_bits), info.top_code)
 
 
 def screens():

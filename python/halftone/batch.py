@@ -81,13 +81,15 @@ def read_page(path, page=1, planes=1):
     return grey.reshape(planes, grey.shape[0] // planes, grey.shape[1])
 
 
-def write_codes(codes, bits, out_path, fmt):
-    """Writes codes (H x W or P x H x W; planes stacked top to bottom in images).
+def write_codes(codes, screen, out_path, fmt):
+    """Writes a screen's codes (H x W or P x H x W; planes stacked top to
+    bottom in images); ``screen`` is its registry row.
 
     png and pnm: one-bit codes as a black-and-white image (1 black), two- and
-    four-bit codes as grey (0 white, the highest code black); raw: the
+    four-bit codes as grey (0 white, the screen's top code black); raw: the
     library's packed rows; npy: the codes array.
     """
+    bits = screen.bits
     if fmt == "raw":
         with open(out_path, "wb") as out:
             out.write(pack(codes, bits).tobytes())
@@ -98,7 +100,7 @@ def write_codes(codes, bits, out_path, fmt):
         return
     from PIL import Image
     stacked = codes.reshape(-1, codes.shape[-1])
-    grey = (255 - stacked.astype(np.uint16) * 255 // ((1 << bits) - 1)).astype(np.uint8)
+    grey = (255 - stacked.astype(np.uint16) * 255 // screen.top_code).astype(np.uint8)
     image = Image.fromarray(stacked == 0) if bits == 1 else Image.fromarray(grey, "L")
     image.save(out_path, format="PNG" if fmt == "png" else "PPM")
 
@@ -127,7 +129,7 @@ def _screen_page(path, page, out_path, screen, fmt, planes, options):
     """One task: reads, screens and writes one page; any failure as a PageError."""
     try:
         codes = _screening.screen(read_page(path, page, planes), screen, **options)
-        write_codes(codes, _screening.find_screen(screen).bits, out_path, fmt)
+        write_codes(codes, _screening.find_screen(screen), out_path, fmt)
     except Exception as error:  # reported to the caller as this page's failure
         if os.path.exists(out_path):
             os.remove(out_path)

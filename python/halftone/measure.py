@@ -48,17 +48,10 @@ MIN_RING_BINS = 16
 MONOTONIC_TOLERANCE = 0.005
 
 
-def highest_code(bits: int) -> int:
-    """The code of a full dot for ``bits`` bits a pixel (1, 3 or 15)."""
-    if bits not in (1, 2, 4):
-        raise ValueError(f"bits must be 1, 2 or 4, not {bits!r}")
-    return (1 << bits) - 1
-
-
 def ink(codes, full: int = 1, inverted: bool = False) -> np.ndarray:
     """Ink of every pixel as a float in [0, 1]: the code over ``full``, the
     code of a full dot (1 for one-bit screens; for multi-level ones the
-    highest code the screen writes, at most ``highest_code(bits)``).
+    highest code the screen writes, at most its registry row's ``top_code``).
 
     ``inverted`` is for screens whose set bit is paper: their ink is one less
     the code's share.

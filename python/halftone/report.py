@@ -280,7 +280,7 @@ def measure_setting(module, setting: Setting, seed_time: int, patch: int) -> Res
     codes = [screener.codes(_flat(g, patch, patch)) for g in greys]
     # A full dot is the highest code the screen writes (multi-level screens may
     # use fewer codes than their bits hold).
-    screener.full = int(max(c.max() for c in codes)) or measure.highest_code(s.bits)
+    screener.full = int(max(c.max() for c in codes)) or s.top_code
     raw = np.array([c.mean() for c in codes]) / screener.full
     del codes
     # A screen whose set bit is paper prints more set bits on white than on black.
@@ -801,7 +801,7 @@ def _screen_section(r: Result) -> str:
     if n.get("turned"):
         facts.append(f"the page comes out {n['turned']} (the sample is shown turned back)")
     if s.bits > 1:
-        facts.append(f"full dot is code {n['full_code']} of {measure.highest_code(s.bits)}")
+        facts.append(f"full dot is code {n['full_code']} of {s.top_code}")
     if n.get("speed") is not None:
         facts.append(f"{n['speed']:.0f} MP/s")
     parts.append("<p>" + "; ".join(facts) + ".</p>")

@@ -57,11 +57,18 @@ def test_cluster_files_equal_one_by_one(client, pages, tmp_path, bits, fmt):
     assert contents[2] != contents[3]  # the two TIFF pages are screened apart
 
 
-def test_written_images_show_the_codes(client, pages, tmp_path):
-    screen = screen_of(1)
-    (out,) = batch.screen_files(pages[:1], screen.id, tmp_path, client=client, seed_time=2)
-    codes = halftone.screen(np.asarray(Image.open(pages[0])), screen.id, seed_time=2)
-    np.testing.assert_array_equal(np.asarray(Image.open(out).convert("L")) == 0, codes == 1)
+@pytest.mark.parametrize("bits", [1, 2, 4])
+def test_written_images_show_the_codes(client, pages, tmp_path, bits):
+    """One grey a code: code 0 white, the screen's top code black, darker as codes rise."""
+    screen = screen_of(bits)
+    opts = {"seed_time": 2, "levels": screen.default_levels} if screen.levels else {"seed_time": 2}
+    (out,) = batch.screen_files(pages[:1], screen.id, tmp_path, client=client, **opts)
+    codes = halftone.screen(np.asarray(Image.open(pages[0])), screen.id, **opts)
+    grey = np.asarray(Image.open(out).convert("L"))
+    shades = {int(c): np.unique(grey[codes == c]) for c in np.unique(codes)}
+    assert all(len(s) == 1 for s in shades.values()), shades
+    assert shades[0] == 255 and shades[screen.top_code] == 0
+    assert all(shades[a] > shades[b] for a, b in zip(sorted(shades), sorted(shades)[1:]))
 
 
 def test_failures_name_the_page(client, pages, tmp_path):
