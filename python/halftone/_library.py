@@ -4,7 +4,7 @@ The library is looked up, first match wins:
 
 1. in this package's own folder, where ``pip install`` copies the library it
    was built against (``libhalftone.so*``, ``libhalftone*.dylib``,
-   ``halftone*.dll``);
+   ``halftone*.dll`` from MSVC, ``libhalftone*.dll`` from MinGW);
 2. at the path in the environment variable ``HALFTONE_LIBRARY``;
 3. through the system loader (``libhalftone.so.0``, then whatever
    ``ctypes.util.find_library("halftone")`` names).
@@ -21,7 +21,7 @@ import sys
 import threading
 
 _HERE = os.path.dirname(os.path.abspath(__file__))
-_PATTERNS = ("libhalftone.so*", "libhalftone*.dylib", "halftone*.dll")
+_PATTERNS = ("libhalftone.so*", "libhalftone*.dylib", "halftone*.dll", "libhalftone*.dll")
 _SYSTEM_NAMES = {"win32": "halftone.dll", "darwin": "libhalftone.0.dylib"}
 
 # Result codes the library returns (enum halftone_result).
