@@ -20,8 +20,9 @@ packages=(cmake make g++ gcc pkg-config libgtest-dev libgmock-dev libbenchmark-d
   python3 python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pil
   python3-distributed python3-pytest python3-matplotlib
   cups cups-filters ghostscript clang-14 libclang-rt-14-dev netpbm)
-# The tests also cross-compile the library for Windows with MinGW-w64.
-[ "$job" != test ] || packages+=(g++-mingw-w64-x86-64-posix)
+# The tests also cross-compile the library for Windows with MinGW-w64 and run
+# hosts of it with Wine.
+[ "$job" != test ] || packages+=(g++-mingw-w64-x86-64-posix wine64)
 for pkg in "${packages[@]}"; do
   have "$pkg" || missing+=("$pkg")
 done
@@ -55,10 +56,11 @@ case "$job" in
     # build it, plain standard C++, and its tests: the same bytes either way.
     (cd "$root" && cmake --preset standard >/dev/null && cmake --build --preset standard -j"$jobs" &&
       ctest --preset standard -j"$jobs")
-    # The library cross-compiled for 64-bit Windows: its Windows paths build, and
-    # the package test's hosts build against the installed DLL.
+    # The library cross-compiled for 64-bit Windows; the package test's hosts
+    # build against the installed DLL and run under Wine, with the program's bytes.
     (cd "$root" && cmake --preset windows >/dev/null && cmake --build --preset windows -j"$jobs" &&
-      tests/package/package_test.sh build-windows . cmake/mingw-w64.cmake)
+      WINEPREFIX="$root/build-windows/wine" WINEDEBUG=-all HALFTONE_PROGRAM=build/tools/halftone \
+        tests/package/package_test.sh build-windows . cmake/mingw-w64.cmake /usr/lib/wine/wine64)
     # The tests again under AddressSanitizer and UndefinedBehaviorSanitizer, then
     # every fuzz program for a few seconds on its corpus (docs/reliability.md).
     (cd "$root" && cmake --preset sanitize >/dev/null && cmake --build --preset sanitize -j"$jobs" &&

@@ -1,11 +1,13 @@
 // The shared library exports exactly the host entry points, each under the
-// decorated name that encodes its declared argument types, and the C API;
-// the registry describes only exported screens.
+// decorated name that encodes its declared argument types, and the C API
+// (and the Windows DLL's export list names the same); the registry
+// describes only exported screens.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <set>
 #include <string>
 #include <type_traits>
@@ -94,6 +96,17 @@ TEST(Exports, SharedLibraryExportsExactlyTheEntryPoints) {
   expected.insert(kCApi.begin(), kCApi.end());
   EXPECT_EQ(exported, expected);
   dlclose(lib);
+  // The Windows DLL's list names the same (MinGW decorates names as GCC does here).
+  std::ifstream def(HALFTONE_EXPORTS_DEF);
+  ASSERT_TRUE(def) << HALFTONE_EXPORTS_DEF;
+  std::set<std::string> listed;
+  for (std::string word; def >> word;) {
+    if (word[0] == ';')
+      std::getline(def, word);  // a comment
+    else if (word != "EXPORTS")
+      listed.insert(word);
+  }
+  EXPECT_EQ(listed, expected);
 }
 
 TEST(Exports, RegistryNamesExportedScreensOnceWithUniqueIds) {

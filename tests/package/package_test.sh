@@ -3,19 +3,24 @@
 # it: a C99 program through pkg-config and a C++ program through
 # find_package(halftone). Both screen the same page through the job API; their
 # packed rows must equal each other and the halftone program's --raw output.
-#   package_test.sh BUILD_DIR SOURCE_DIR [TOOLCHAIN_FILE]
+#   package_test.sh BUILD_DIR SOURCE_DIR [TOOLCHAIN_FILE [RUNNER]]
 # Given the CMake toolchain file of a cross build (build-windows/ with
-# cmake/mingw-w64.cmake), the hosts are built with that system's compilers
-# and not run.
+# cmake/mingw-w64.cmake), the hosts are built with that system's compilers,
+# and run through RUNNER if one is given (wine64 for Windows), else only
+# built. The program to compare with is the installed one, or
+# $HALFTONE_PROGRAM where none is installed.
 set -euo pipefail
 build=$1
 source=$2
 toolchain=${3:+$(realpath "$3")}
+run=()
 cc=cc
 cross=()
 if [ -n "$toolchain" ]; then
   cc=$(sed -n 's/^set(CMAKE_C_COMPILER \(.*\))$/\1/p' "$toolchain")
-  cross=(-DCMAKE_TOOLCHAIN_FILE="$toolchain")
+  # The C++ host carries its compiler's runtime: only the library's DLL beside it.
+  cross=(-DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_EXE_LINKER_FLAGS=-static)
+  [ -z "${4:-}" ] || run=("$4")
 fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -41,35 +46,42 @@ fi
 cmake -S "$source/tests/package/cpp" -B "$work/cpp" "${cross[@]}" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_BUILD_RPATH="$libdir" >/dev/null
 cmake --build "$work/cpp" >/dev/null
+c_host=$work/c_host
+cpp_host=$work/cpp/consumer
 if [ -n "$toolchain" ]; then
   echo "ok: both hosts built against the package for $(basename "$toolchain" .cmake)"
-  exit 0
+  [ ${#run[@]} -gt 0 ] || exit 0
+  # Windows programs find their DLLs beside them.
+  c_host=$(ls "$work"/c_host*) cpp_host=$(ls "$work"/cpp/consumer*)
+  find "$prefix" -name '*.dll' -exec cp {} "$work" \; -exec cp {} "$work/cpp" \;
 fi
+program=$prefix/bin/halftone
+[ -x "$program" ] || program=${HALFTONE_PROGRAM:-}
 
-"$work/c_host" --page 301 190 "$work/page.pgm"
+"${run[@]}" "$c_host" --page 301 190 "$work/page.pgm"
 failed=0
 # screen, band height, levels ("-": none)
 for job in "tone-push 64 -" "sdiufiavs 64 -" "four-level 17 0,60,170,255" "eight-level 190 -" \
   "damped-random-runs 33 -" "ordered-16 40 -"; do
   set -- $job
-  "$work/c_host" "$1" 1000 "$2" "$3" "$work/page.pgm" "$work/c.raw"
-  "$work/cpp/consumer" "$1" 1000 "$2" "$3" "$work/page.pgm" "$work/cpp.raw"
+  "${run[@]}" "$c_host" "$1" 1000 "$2" "$3" "$work/page.pgm" "$work/c.raw"
+  "${run[@]}" "$cpp_host" "$1" 1000 "$2" "$3" "$work/page.pgm" "$work/cpp.raw"
   ok=1
   if ! cmp -s "$work/c.raw" "$work/cpp.raw"; then
     echo "FAIL $1: the C and C++ hosts differ"
     ok=0
   fi
-  if [ -x "$prefix/bin/halftone" ]; then
+  if [ -n "$program" ]; then
     levels=()
     [ "$3" = - ] || levels=(--levels "$3")
-    "$prefix/bin/halftone" screen "$1" "$work/page.pgm" "$work/cli.raw" --raw --quiet \
+    "$program" screen "$1" "$work/page.pgm" "$work/cli.raw" --raw --quiet \
       --seed-time 1000 --band-height "$2" "${levels[@]}"
     if ! cmp -s "$work/c.raw" "$work/cli.raw"; then
-      echo "FAIL $1: the installed program's --raw output differs"
+      echo "FAIL $1: the program's --raw output differs"
       ok=0
     fi
   fi
   if [ $ok = 1 ]; then echo "ok $1"; else failed=1; fi
 done
-[ -x "$prefix/bin/halftone" ] || echo "note: no program installed; compared the two hosts only"
+[ -n "$program" ] || echo "note: no program installed; compared the two hosts only"
 exit $failed
