@@ -27,7 +27,8 @@ class AutoResetEvent {
     auto ready = [this] { return signalled_; };
     if (timeout == kInfinite)
       cv_.wait(lock, ready);
-    else if (!cv_.wait_for(lock, std::chrono::milliseconds(timeout), ready))
+    else if (timeout == 0 ? !ready()  // a look, no wait: threads libraries may sleep a tick
+                          : !cv_.wait_for(lock, std::chrono::milliseconds(timeout), ready))
       return false;
     signalled_ = false;
     return true;
