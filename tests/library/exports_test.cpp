@@ -10,54 +10,20 @@
 #include <fstream>
 #include <set>
 #include <string>
-#include <type_traits>
-#include <typeinfo>
 
 #include "exports/registry.h"
 #include "halftone/halftone.h"
+#include "support/entry_points.h"
 
 namespace halftone::test {
 namespace {
 
-// The decorated name of a global-scope function from its declared noexcept
-// type, whose own encoding is "DoF" return-type parameters "E".
-template <class F>
-std::string decorated(char const* name, bool in_namespace = false) {
-  const std::string type = typeid(F).name();  // e.g. "DoFiPhS_jjE"
-  if (type.rfind("DoF", 0) != 0) return "not noexcept: " + std::string(name);
-  const std::string params = type.substr(4, type.size() - 5);
-  const std::string n = std::to_string(std::string(name).size()) + name;
-  return in_namespace ? "_ZN8halftone" + n + "E" + params : "_Z" + n + params;
-}
-
-// Decorated names of `fs`, named in the comma-separated `names`.
-template <class... F>
-std::set<std::string> decorate_all(std::string names, F&... fs) {
-  std::set<std::string> out;
-  std::size_t at = 0;
-  auto add = [&](auto& f) {
-    const std::size_t end = std::min(names.find(',', at), names.size());
-    out.insert(decorated<std::remove_reference_t<decltype(f)>>(names.substr(at, end - at).c_str()));
-    at = names.find_first_not_of(' ', end + 1);
-  };
-  (add(fs), ...);
-  return out;
-}
-#define DECORATE_ALL(...) decorate_all(#__VA_ARGS__, __VA_ARGS__)
-
 const std::set<std::string>& declared() {
   static const std::set<std::string> names = [] {
-    auto v = DECORATE_ALL(
-        Itsdiufiavs, hxkjsdi67x, jsdi6yruis, irpduix7sg, sdiufiavs, sdiufiavs1, highforces,
-        mandfanes, orangecagn, SincesKai, Kaocosyx, Kaocosyx1, Kaocosyx10, Kaocosyx13, Kaocosyx14,
-        suiruiskao, suiruiskao2, suiruiskao3, suiruiskao4, suiruiskao5, suiruiskao6, suiruiskao7,
-        suiruiskao8, suiruiskao9, suiruiskao10, suiruiskao11, sdiufiavs2, sdiufiavs3, sdiufiavs4,
-        FastGroup, FastGroup1, ArcistPump, Kaishanxing, SymanOpening, RoundFaxest, RoundFaxest__,
-        RoundPump, RoundPump1, KaiDuaning, NingJing, PuaningFa, PuaningFa13, NiceMents, PuaningFaAM,
-        Sonicksure, MutexWindow, MutexWindow_Bak, TextDownload, WindowText, WindowTextAM1,
-        WindowTextAM, CrisixOut, CrisixOut_double, CrisixOut31, xinskdn34skx, shdeiznc45kdi,
-        kajdjigc23kdh, tishduth29dmc, fdxin324c, nchsuw56xd, ixndiwkc76y, sdicxx78xy, ghskdjiekld,
-        khjhusecx, sinxcdke34i, giwncwcg7w, DouMaxing, DuanKougb, YountTrue);
+    std::set<std::string> v;
+#define DECORATE(name) v.insert(decorated<decltype(name)>(#name));
+    HALFTONE_ENTRY_POINTS(DECORATE)
+#undef DECORATE
     v.insert(decorated<decltype(pin_seed_time)>("pin_seed_time", true));
     v.insert(decorated<decltype(unpin_seed_time)>("unpin_seed_time", true));
     v.insert(decorated<decltype(set_data_folder)>("set_data_folder", true));
