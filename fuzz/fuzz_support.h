@@ -18,6 +18,7 @@
 
 #include "halftone/c_api.h"
 #include "halftone/page.h"
+#include "support/split_mix.h"
 
 namespace halftone::fuzz {
 
@@ -246,19 +247,9 @@ inline halftone_screen_info const* screen_needing(unsigned needs, std::uint64_t 
   return halftone_screen_info_at((*found)[pick % found->size()]);
 }
 
-// SplitMix64: pages and band splits from one fuzzed seed.
-struct Mix {
-  std::uint64_t state;
-  std::uint64_t next() {
-    std::uint64_t z = (state += 0x9E3779B97F4A7C15u);
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-    return z ^ (z >> 31);
-  }
-  std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>(next() % n); }
-};
+// Pages and band splits from one fuzzed seed.
+using Mix = halftone::test::SplitMix;
 
-// `rows` rows split into bands of 0 to 6 rows (empty bands included).
 inline std::vector<std::uint32_t> random_bands(Mix& mix, std::uint32_t rows) {
   std::vector<std::uint32_t> bands;
   while (rows > 0) {

@@ -25,6 +25,7 @@
 
 #include "halftone/halftone.h"
 #include "support/entry_points.h"
+#include "support/split_mix.h"
 
 namespace {
 
@@ -136,15 +137,7 @@ struct Library {
   }
 };
 
-struct Rng {  // splitmix64
-  std::uint64_t s;
-  std::uint64_t next() {
-    std::uint64_t z = (s += 0x9E3779B97F4A7C15ull);
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-    return z ^ (z >> 31);
-  }
-  std::uint32_t below(std::uint32_t n) { return n ? static_cast<std::uint32_t>(next() % n) : 0; }
+struct Rng : halftone::test::SplitMix {
   std::uint32_t range(std::uint32_t lo, std::uint32_t hi) { return lo + below(hi - lo + 1); }
   bool chance(unsigned percent) { return below(100) < percent; }
   Bytes bytes(std::size_t n) {
