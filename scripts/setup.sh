@@ -14,8 +14,9 @@ have() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed';
 # Build: compilers, CMake, GoogleTest, Google Benchmark, the image and CUPS
 # libraries, CLI11. Tests: Python with NumPy, PIL, dask and pytest; CUPS,
 # its filters and Ghostscript for the filter's pipeline test; clang with its
-# sanitizer and fuzzer runtimes for the fuzz runs; pkg-config for the package test.
-packages=(cmake make g++ gcc pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+# sanitizer and fuzzer runtimes for the fuzz runs; pkg-config for the package
+# test; dpkg-dev and file for making Debian packages (cpack -G DEB).
+packages=(cmake make g++ gcc pkg-config dpkg-dev file libgtest-dev libgmock-dev libbenchmark-dev
   libpng-dev zlib1g-dev libtiff-dev libcli11-dev libcups2-dev libcupsimage2-dev
   python3 python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pil
   python3-distributed python3-pytest python3-matplotlib

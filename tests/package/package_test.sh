@@ -8,7 +8,8 @@
 # cmake/mingw-w64.cmake), the hosts are built with that system's compilers,
 # and run through RUNNER if one is given (wine64 for Windows), else only
 # built. The program to compare with is the installed one, or
-# $HALFTONE_PROGRAM where none is installed.
+# $HALFTONE_PROGRAM where none is installed. With $HALFTONE_PACKAGE_PREFIX
+# the hosts use what is installed under that prefix instead.
 set -euo pipefail
 build=$1
 source=$2
@@ -26,9 +27,13 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
 
-for component in runtime development; do
-  cmake --install "$build" --prefix "$prefix" --component "$component" >/dev/null
-done
+if [ -n "${HALFTONE_PACKAGE_PREFIX:-}" ]; then
+  prefix=$HALFTONE_PACKAGE_PREFIX  # already installed there (deb_test.sh)
+else
+  for component in runtime development; do
+    cmake --install "$build" --prefix "$prefix" --component "$component" >/dev/null
+  done
+fi
 libdir=$(dirname "$(dirname "$(find "$prefix" -name halftone.pc | head -n1)")")
 
 # C99 through pkg-config, with warnings as errors.
