@@ -14,13 +14,14 @@ have() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed';
 # Build: compilers, CMake, GoogleTest, Google Benchmark, the image and CUPS
 # libraries, CLI11. Tests: Python with NumPy, PIL, dask and pytest; CUPS,
 # its filters and Ghostscript for the filter's pipeline test; clang with its
-# sanitizer and fuzzer runtimes for the fuzz runs; pkg-config for the package
+# sanitizer and fuzzer runtimes for the fuzz runs, with LLVM's linkers for the
+# check of an MSVC build's exports; pkg-config for the package
 # test; dpkg-dev and file for making Debian packages (cpack -G DEB).
 packages=(cmake make g++ gcc pkg-config dpkg-dev file libgtest-dev libgmock-dev libbenchmark-dev
   libpng-dev zlib1g-dev libtiff-dev libcli11-dev libcups2-dev libcupsimage2-dev
   python3 python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pil
   python3-distributed python3-pytest python3-matplotlib
-  cups cups-filters ghostscript clang-14 libclang-rt-14-dev netpbm)
+  cups cups-filters ghostscript clang-14 libclang-rt-14-dev lld-14 llvm-14 netpbm)
 # The tests also cross-compile the library for Windows with MinGW-w64 and run
 # hosts of it with Wine.
 [ "$job" != test ] || packages+=(g++-mingw-w64-x86-64-posix wine64)

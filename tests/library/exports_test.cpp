@@ -24,22 +24,18 @@ const std::set<std::string>& declared() {
 #define DECORATE(name) v.insert(decorated<decltype(name)>(#name));
     HALFTONE_ENTRY_POINTS(DECORATE)
 #undef DECORATE
-    v.insert(decorated<decltype(pin_seed_time)>("pin_seed_time", true));
-    v.insert(decorated<decltype(unpin_seed_time)>("unpin_seed_time", true));
-    v.insert(decorated<decltype(set_data_folder)>("set_data_folder", true));
+#define DECORATE_EXTENSION(name) v.insert(decorated<decltype(name)>(#name, true));
+    HALFTONE_EXTENSIONS(DECORATE_EXTENSION)
+#undef DECORATE_EXTENSION
     return v;
   }();
   return names;
 }
 
 // The C API, exported by its plain names.
-const std::set<std::string> kCApi = {
-    "halftone_screen_count", "halftone_screen_id",      "halftone_screen_entry",
-    "halftone_screen_bits",  "halftone_screen_info_at", "halftone_find_screen",
-    "halftone_version",      "halftone_row_bytes",      "halftone_last_error",
-    "halftone_job_new",      "halftone_job_set",        "halftone_job_output_shape",
-    "halftone_job_band",     "halftone_job_finish",     "halftone_job_error",
-    "halftone_job_free"};
+#define NAME(name) #name,
+const std::set<std::string> kCApi = {HALFTONE_C_API(NAME)};
+#undef NAME
 
 TEST(Exports, SharedLibraryExportsExactlyTheEntryPoints) {
   void* lib = dlopen(HALFTONE_SHARED_LIBRARY, RTLD_NOW | RTLD_LOCAL);

@@ -1,31 +1,12 @@
-// Every host entry point and the decorated name a shared library exports it
-// under, for the checks that find them by name (the export list, the
-// comparison of two builds).
+// The decorated name a shared library exports each host entry point under,
+// for the checks that find them by name (the export list, the comparison of
+// two builds); the lists are in entry_point_list.h.
 #pragma once
 #include <string>
 #include <typeinfo>
 
 #include "halftone/halftone.h"
-
-// HALFTONE_ENTRY_POINTS(X) expands X(name) once an entry point, by family.
-// clang-format off
-#define HALFTONE_ENTRY_POINTS(X)                                                                \
-  X(Itsdiufiavs)                                                                                \
-  X(hxkjsdi67x) X(jsdi6yruis) X(irpduix7sg) X(sdiufiavs) X(sdiufiavs1) X(highforces)           \
-  X(mandfanes) X(orangecagn)                                                                    \
-  X(SincesKai) X(Kaocosyx) X(Kaocosyx1) X(Kaocosyx10) X(Kaocosyx13) X(Kaocosyx14)              \
-  X(suiruiskao) X(suiruiskao2) X(suiruiskao3) X(suiruiskao4) X(suiruiskao5) X(suiruiskao6)     \
-  X(suiruiskao7) X(suiruiskao8) X(suiruiskao9) X(suiruiskao10) X(suiruiskao11)                 \
-  X(sdiufiavs2) X(sdiufiavs3) X(sdiufiavs4)                                                     \
-  X(FastGroup) X(FastGroup1) X(ArcistPump) X(Kaishanxing) X(SymanOpening) X(RoundFaxest)       \
-  X(RoundFaxest__) X(RoundPump) X(RoundPump1)                                                   \
-  X(KaiDuaning) X(NingJing) X(PuaningFa) X(PuaningFa13) X(NiceMents) X(PuaningFaAM)            \
-  X(Sonicksure) X(MutexWindow) X(MutexWindow_Bak) X(TextDownload) X(WindowText)                \
-  X(WindowTextAM1) X(WindowTextAM) X(CrisixOut) X(CrisixOut_double) X(CrisixOut31)             \
-  X(xinskdn34skx) X(shdeiznc45kdi) X(kajdjigc23kdh) X(tishduth29dmc) X(fdxin324c)              \
-  X(nchsuw56xd) X(ixndiwkc76y) X(sdicxx78xy) X(ghskdjiekld)                                     \
-  X(khjhusecx) X(sinxcdke34i) X(giwncwcg7w) X(DouMaxing) X(DuanKougb) X(YountTrue)
-// clang-format on
+#include "support/entry_point_list.h"
 
 namespace halftone::test {
 
