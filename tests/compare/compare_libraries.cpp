@@ -7,10 +7,11 @@
 // 0-12 planes, bands of any height, junk in the control word's unread bits,
 // clock seconds pinned), whole-page entries and utilities with random tone
 // tables, pacing. Every call's result, output (with guard bytes before and
-// after it) and source must be the same in both; the first difference is
-// reported with the call that made it, exit status 1. The two builds keep
+// after it) and source must be the same in both; the first ten differences
+// are reported with the calls that made them, exit status 1. The two builds keep
 // their own state, so carried lines, generators and stores run on in each.
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cinttypes>
 #include <cstdint>
@@ -92,7 +93,6 @@ Caller caller(int (*f)() noexcept) {
 }
 
 struct Library {
-  std::string path;
   void* handle = nullptr;
   std::map<std::string, Caller> entries;
   void (*pin_seed_time)(std::uint32_t) noexcept = nullptr;
@@ -107,7 +107,6 @@ struct Library {
   }
 
   bool open(std::string const& file) {
-    path = file;
     handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
       std::fprintf(stderr, "compare_libraries: %s\n", dlerror());
@@ -147,8 +146,9 @@ struct Rng : halftone::test::SplitMix {
   }
 };
 
-std::size_t row_bytes(std::int64_t width, int bits) {
-  return width <= 0 ? 0 : static_cast<std::size_t>(((width * bits + 31) >> 3) & ~std::int64_t{3});
+// A packed row's bytes; none for the widths below 1 the int entries are given.
+std::size_t row_bytes(std::int64_t width, unsigned bits) {
+  return width <= 0 ? 0 : halftone::row_bytes(static_cast<std::uint32_t>(width), bits);
 }
 
 constexpr std::size_t kGuard = 32;
@@ -418,8 +418,7 @@ int main(int argc, char** argv) {
   const long cases = argc > 4 ? std::atol(argv[4]) : 20000;
   namespace fs = std::filesystem;
   const fs::path folder =
-      fs::temp_directory_path() / ("halftone-compare-" + std::to_string(seed) + "-" +
-                                   std::to_string(reinterpret_cast<std::uintptr_t>(&a)));
+      fs::temp_directory_path() / ("halftone-compare-" + std::to_string(::getpid()));
   fs::create_directories(folder / "Moths");
   a.set_data_folder(folder.string().c_str());
   b.set_data_folder(folder.string().c_str());

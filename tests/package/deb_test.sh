@@ -13,9 +13,10 @@ trap 'rm -rf "$work"' EXIT
 (cd "$work" && cpack --config "$build/CPackConfig.cmake" -G DEB -B "$work/debs" >"$work/cpack.log" 2>&1) ||
   { cat "$work/cpack.log"; exit 1; }
 version=$(sed -n 's/^set(CPACK_PACKAGE_VERSION "\(.*\)")$/\1/p' "$build/CPackConfig.cmake")
+arch=$(dpkg --print-architecture)
 failed=0
 check() {  # PACKAGE FILE...: the package exists and holds every FILE
-  local deb=$work/debs/$1_${version}_amd64.deb
+  local deb=$work/debs/$1_${version}_${arch}.deb
   if [ ! -f "$deb" ]; then
     echo "FAIL: no package $1"
     failed=1
@@ -35,7 +36,7 @@ if grep -q '^set(CPACK_COMPONENTS_ALL ".*cups' "$build/CPackConfig.cmake"; then
   check halftone-cups usr/lib/cups/filter/rastertohalftone
 fi
 [ $failed = 0 ] || exit 1
-if [ "$(dpkg-deb -f "$work/debs/libhalftone-dev_${version}_amd64.deb" Depends)" != \
+if [ "$(dpkg-deb -f "$work/debs/libhalftone-dev_${version}_${arch}.deb" Depends)" != \
   "halftone (= $version)" ]; then
   echo "FAIL: libhalftone-dev does not depend on halftone $version"
   exit 1
