@@ -146,7 +146,7 @@ def seeds():
 
 
 def image_seeds():
-    """Small files of every kind the program reads (PIL writes PNG and TIFF)."""
+    """Small files of every kind the program reads (PIL writes PNG, TIFF and JPEG)."""
     yield "pnm_fuzz", "p1", b"P1\n# plain\n5 2\n1 0 1 0 1\n0 1 0 1 0\n"
     yield "pnm_fuzz", "p2", b"P2\n3 2\n15\n0 5 10\n15 7 3\n"
     yield "pnm_fuzz", "p3", b"P3\n2 1\n255\n255 0 0 0 0 255\n"
@@ -168,7 +168,7 @@ def image_seeds():
         import io
         from PIL import Image
     except ImportError:
-        print("PIL is missing: no PNG or TIFF seeds", file=sys.stderr)
+        print("PIL is missing: no PNG, TIFF or JPEG seeds", file=sys.stderr)
         return
 
     def saved(image, fmt, **options):
@@ -191,6 +191,11 @@ def image_seeds():
     yield "tiff_fuzz", "cmyk", saved(cmyk, "TIFF")
     yield "tiff_fuzz", "group4", saved(dots, "TIFF", compression="group4")
     yield "tiff_fuzz", "two_pages", saved(grey, "TIFF", save_all=True, append_images=[grey])
+    yield "jpeg_fuzz", "grey", saved(grey, "JPEG", quality=90, dpi=(300, 300))
+    yield "jpeg_fuzz", "rgb_subsampled", saved(rgb, "JPEG", quality=75, subsampling=2)
+    yield "jpeg_fuzz", "rgb_restarts", saved(rgb, "JPEG", quality=75, restart_marker_blocks=1)
+    yield "jpeg_fuzz", "cmyk_adobe", saved(cmyk, "JPEG", quality=90)
+    yield "jpeg_fuzz", "progressive", saved(grey, "JPEG", quality=90, progressive=True)
 
 
 def main():

@@ -18,7 +18,7 @@ have() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed';
 # check of an MSVC build's exports; pkg-config for the package
 # test; dpkg-dev and file for making Debian packages (cpack -G DEB).
 packages=(cmake make g++ gcc pkg-config dpkg-dev file libgtest-dev libgmock-dev libbenchmark-dev
-  libpng-dev zlib1g-dev libtiff-dev libcli11-dev libcups2-dev libcupsimage2-dev
+  libpng-dev zlib1g-dev libtiff-dev libjpeg-dev libcli11-dev libcups2-dev libcupsimage2-dev
   python3 python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pil
   python3-distributed python3-pytest python3-matplotlib
   cups cups-filters ghostscript clang-14 libclang-rt-14-dev lld-14 llvm-14 netpbm)

@@ -209,8 +209,9 @@ std::unique_ptr<Reader> open_input(std::unique_ptr<detail::Input> in) {
   if (n >= 4 && (std::memcmp(p, "II*\0", 4) == 0 || std::memcmp(p, "MM\0*", 4) == 0 ||
                  std::memcmp(p, "II+\0", 4) == 0 || std::memcmp(p, "MM\0+", 4) == 0))
     return detail::open_tiff(std::move(in));
+  if (n >= 3 && std::memcmp(p, "\xFF\xD8\xFF", 3) == 0) return detail::open_jpeg(std::move(in));
   if (n == 0) in->fail("empty file");
-  in->fail("not a PNM, PAM, PNG or TIFF file");
+  in->fail("not a PNM, PAM, PNG, TIFF or JPEG file");
 }
 
 }  // namespace

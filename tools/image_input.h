@@ -84,5 +84,6 @@ std::string tiff_error();
 std::unique_ptr<Reader> open_pnm(std::unique_ptr<Input> in);
 std::unique_ptr<Reader> open_png(std::unique_ptr<Input> in);
 std::unique_ptr<Reader> open_tiff(std::unique_ptr<Input> in);
+std::unique_ptr<Reader> open_jpeg(std::unique_ptr<Input> in);
 
 }  // namespace halftone::image::detail

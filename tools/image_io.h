@@ -68,7 +68,7 @@ class Reader {
   PageShape shape_;
 };
 
-// Opens PNM (P1-P6), PAM, PNG or TIFF, recognized by its first bytes; "-"
+// Opens PNM (P1-P6), PAM, PNG, TIFF or JPEG, recognized by its first bytes; "-"
 // reads standard input. A size the file declares is checked against the
 // bytes it holds (where that is known) before anything is allocated for it.
 std::unique_ptr<Reader> open_reader(std::string const& path);

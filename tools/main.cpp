@@ -22,8 +22,8 @@ constexpr char const* kExitStatus =
 
 constexpr char const* kScreenFooter =
     "IN and OUT may be '-' (standard input, standard output). IN is PBM, PGM or PPM (plain\n"
-    "or binary, 8 or 16 bits), PAM (GRAYSCALE, GRAYSCALE_ALPHA, RGB, RGB_ALPHA, CMYK), PNG\n"
-    "or TIFF (grey, palette, RGB or CMYK; every page). Colour becomes grey by luminance; a\n"
+    "or binary, 8 or 16 bits), PAM (GRAYSCALE, GRAYSCALE_ALPHA, RGB, RGB_ALPHA, CMYK), PNG,\n"
+    "TIFF (grey, palette, RGB or CMYK; every page) or JPEG. Colour becomes grey by luminance; a\n"
     "CMYK page becomes four planes (ink k is grey 255 - k) screened in one job.\n"
     "OUT's format follows its extension (.pbm .pgm .pam .png .tif .tiff .raw) or --format;\n"
     "'-' writes PBM for one-bit screens and PGM for the others:\n"

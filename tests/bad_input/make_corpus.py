@@ -40,6 +40,20 @@ def tiff(width, height, strip=None, bits=8, samples=1, photometric=1, strip_offs
     return b"II*\x00" + struct.pack("<I", ifd_at) + strip + ifd
 
 
+def jpeg(width, height, declared=None):
+    """A baseline grey JPEG of noise (through PIL); `declared` (w, h) lies in its frame header."""
+    import io
+    from PIL import Image
+    noise = bytes((i * 7919 + (i >> 3) * 104729) & 0xFF for i in range(width * height))
+    out = io.BytesIO()
+    Image.frombytes("L", (width, height), noise).save(out, "JPEG", quality=90)
+    data = bytearray(out.getvalue())
+    if declared:
+        frame = data.index(b"\xff\xc0")
+        data[frame + 5:frame + 9] = struct.pack(">HH", declared[1], declared[0])
+    return bytes(data)
+
+
 def bmp(width, height, bits=8, pixels=None, offset=54 + 1024, compression=0):
     pixels = bytes(abs(width * height)) if pixels is None else pixels
     return (b"BM" + struct.pack("<IHHI", 54 + 1024 + len(pixels), 0, 0, offset) +
@@ -112,6 +126,9 @@ def files():
     yield "image", "strip_past_end.tif", tiff(8, 8, strip=bytes(64), strip_offset=1 << 30)
     yield "image", "bad_compression.tif", tiff(8, 8, compression=12345)
     yield "image", "bad_bits.tif", tiff(8, 8, bits=12)
+    yield "image", "signature_only.jpg", b"\xff\xd8\xff"
+    yield "image", "cut.jpg", jpeg(32, 32)[:-40]  # in the middle of the pixels
+    yield "image", "lying_size.jpg", jpeg(8, 8, declared=(60000, 60000))
 
     cmyk_line = 8 * 4
     yield "raster", "empty.ras", b""

@@ -48,6 +48,9 @@ IMAGE_CASES = [
     ("image/strip_past_end.tif", r"TIFF|strip|read"),
     ("image/bad_compression.tif", r"TIFF|compression|codec|scheme"),
     ("image/bad_bits.tif", r"TIFF|bits|sample"),
+    ("image/signature_only.jpg", r"JPEG|truncated"),
+    ("image/cut.jpg", r"truncated|breaks off"),
+    ("image/lying_size.jpg", r"truncated|breaks off"),
 ]
 # Data files: (need, option, file, extra arguments, message).
 DATA_CASES = [

@@ -7,6 +7,10 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
+// libjpeg (after cstdio, for FILE).
+#include <jpeglib.h>
+
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -36,9 +40,12 @@ std::vector<Page> read_all(fs::path const& path) {
   std::vector<Page> pages;
   do {
     auto const& s = reader->shape();
-    Page page{s.width, s.height, s.planes, Bytes(std::size_t{s.width} * s.height * s.planes)};
-    for (std::uint32_t y = 0; y < s.height; ++y)  // a row at a time, as the program does
-      reader->read_rows(page.grey.data() + std::size_t{y} * s.planes * s.width, s.width, 1);
+    Page page{s.width, s.height, s.planes, {}};
+    Bytes row(std::size_t{s.width} * s.planes);     // a page may declare more than it holds
+    for (std::uint32_t y = 0; y < s.height; ++y) {  // a row at a time, as the program does
+      reader->read_rows(row.data(), s.width, 1);
+      page.grey.insert(page.grey.end(), row.begin(), row.end());
+    }
     pages.push_back(page);
   } while (reader->next_page());
   return pages;
@@ -56,6 +63,49 @@ std::string png(int format, std::uint32_t width, Bytes const& pixels) {
   EXPECT_TRUE(png_image_write_to_memory(&png, out.data(), &size, 0, pixels.data(), 0, nullptr));
   out.resize(size);
   return out;
+}
+
+// A JPEG of width x height pixels, each of the colour `pixel` (flat blocks at
+// quality 100 come back exactly), baseline or progressive; CMYK with or
+// without Adobe's marker.
+struct JpegPicture {
+  J_COLOR_SPACE space;
+  Bytes pixel;
+  std::uint32_t width = 3, height = 2;
+  bool progressive = false, adobe = true;
+};
+std::string jpeg(JpegPicture const& p) {
+  jpeg_compress_struct c{};
+  jpeg_error_mgr errors{};
+  c.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&c);
+  unsigned char* data = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&c, &data, &size);
+  c.image_width = p.width;
+  c.image_height = p.height;
+  c.input_components = static_cast<int>(p.pixel.size());
+  c.in_color_space = p.space;
+  jpeg_set_defaults(&c);
+  jpeg_set_quality(&c, 100, TRUE);
+  if (p.progressive) jpeg_simple_progression(&c);
+  c.write_Adobe_marker = p.adobe && p.space == JCS_CMYK;
+  jpeg_start_compress(&c, TRUE);
+  Bytes row;
+  for (std::uint32_t x = 0; x < p.width; ++x) row.insert(row.end(), p.pixel.begin(), p.pixel.end());
+  for (JSAMPROW r = row.data(); c.next_scanline < p.height;) jpeg_write_scanlines(&c, &r, 1);
+  jpeg_finish_compress(&c);
+  jpeg_destroy_compress(&c);
+  std::string out(reinterpret_cast<char*>(data), size);
+  std::free(data);
+  return out;
+}
+// The same with the frame header's size changed to width x height.
+std::string jpeg_declaring(JpegPicture const& p, std::uint16_t width, std::uint16_t height) {
+  std::string s = jpeg(p);
+  const std::size_t frame = s.find(p.progressive ? "\xFF\xC2" : "\xFF\xC0");
+  const char size[] = {char(height >> 8), char(height), char(width >> 8), char(width)};
+  return s.replace(frame + 5, 4, size, 4);
 }
 
 std::string bin(std::initializer_list<int> bytes) {
@@ -109,6 +159,15 @@ TEST(Readers, EveryFormGivesItsGreyPlanes) {
        "P5 1 1 255\n\x10\nP5 2 1 255\n\x20\x30",
        {{1, 1, 1, {0x10}}, {2, 1, 1, {0x20, 0x30}}}},
       {"PNG RGBA", png(PNG_FORMAT_RGBA, 2, {255, 0, 0, 255, 0, 0, 0, 0}), {{2, 1, 1, {76, 255}}}},
+      {"JPEG grey", jpeg({JCS_GRAYSCALE, {100}}), {{3, 2, 1, Bytes(6, 100)}}},
+      {"JPEG colour by its luma", jpeg({JCS_RGB, {255, 0, 0}}), {{3, 2, 1, Bytes(6, 76)}}},
+      {"JPEG progressive", jpeg({JCS_GRAYSCALE, {7}, 9, 9, true}), {{9, 9, 1, Bytes(81, 7)}}},
+      {"JPEG CMYK, Adobe's inverted inks",
+       jpeg({JCS_CMYK, {0, 64, 128, 255}, 1, 1}),
+       {{1, 1, 4, {0, 64, 128, 255}}}},
+      {"JPEG CMYK, plain inks",
+       jpeg({JCS_CMYK, {0, 64, 128, 255}, 1, 1, false, false}),
+       {{1, 1, 4, {255, 191, 127, 0}}}},
       {"TIFF grey 16-bit, tiled, min-is-white",
        tiff(scratch("made.tif"), {{17, 3, PHOTOMETRIC_MINISWHITE, 16, 1, false, true, tiled}}),
        {{17, 3, 1, tiled_grey}}},
@@ -160,6 +219,11 @@ TEST(Readers, RefuseBadFilesWithAReason) {
       {"empty", ""},
       {"broken PNG", "\x89PNG\r\n\x1a\n" + bin({0, 0, 0, 13}) + "IHDR"},
       {"broken TIFF", "II*" + bin({0, 255, 255, 0, 0})},
+      {"broken JPEG", "\xFF\xD8\xFF" + bin({0xC0, 0, 2})},
+      {"truncated JPEG", jpeg({JCS_RGB, {1, 2, 3}, 64, 64}).substr(0, 400)},
+      {"lying size, JPEG", jpeg_declaring({JCS_GRAYSCALE, {9}, 16, 16}, 65000, 65000)},
+      {"lying size, progressive JPEG",
+       jpeg_declaring({JCS_GRAYSCALE, {9}, 16, 16, true}, 65000, 65000)},
   };
   for (auto const& [name, bytes] : cases) {
     SCOPED_TRACE(name);
