@@ -3,8 +3,9 @@ import numpy as np
 
 _EXPECTED = ("expected a uint8 array (0 black .. 255 white) or a float array in [0, 1] "
              "(0.0 black, 1.0 white), of shape H x W or P x H x W")
-# PIL modes that are grey already or convert to grey without a choice to make.
-_GREY_MODES = {"L": None, "1": "L", "P": "L", "LA": "L", "La": "L"}
+# PIL modes that are grey already or convert to grey without a choice to make, and
+# the conversions that get them there (PIL turns La into L only through LA).
+_GREY_MODES = {"L": (), "1": ("L",), "P": ("L",), "LA": ("L",), "La": ("LA", "L")}
 
 
 def _from_pil(image):
@@ -16,8 +17,8 @@ def _from_pil(image):
             + ("convert it with image.convert('L') or split it into planes"
                if mode in ("RGB", "RGBA", "CMYK", "YCbCr", "HSV", "LAB")
                else "scale it to 8 bits (mode 'L') first"))
-    if _GREY_MODES[mode]:
-        image = image.convert(_GREY_MODES[mode])
+    for step in _GREY_MODES[mode]:
+        image = image.convert(step)
     return np.asarray(image, dtype=np.uint8)
 
 
@@ -26,14 +27,14 @@ def _is_pil(image):
     return type(image).__module__.startswith("PIL.") and hasattr(image, "mode")
 
 
-def grey_planes(image):
+def grey_planes(image, allow_empty=False):
     """``image`` as a C-contiguous uint8 array of shape P x H x W, and whether it was 2-D.
 
     uint8 arrays are taken as they are; float arrays must hold values in
     [0, 1] and are scaled to 0..255 (rounded to nearest); PIL images of grey
     modes are converted; other array-likes (nested lists...) are accepted when
     they hold whole numbers 0..255. Anything else raises ValueError saying what
-    was expected.
+    was expected, as does an empty image unless ``allow_empty``.
     """
     if _is_pil(image):
         array = _from_pil(image)
@@ -63,6 +64,6 @@ def grey_planes(image):
         raise ValueError(f"an image of {array.ndim} dimensions {array.shape}; {_EXPECTED}")
     flat = array.ndim == 2
     planes = array[np.newaxis] if flat else array
-    if 0 in planes.shape:
+    if 0 in planes.shape and not allow_empty:
         raise ValueError(f"the image is empty (shape {array.shape})")
     return np.ascontiguousarray(planes), flat

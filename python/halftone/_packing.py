@@ -44,6 +44,8 @@ def pack(codes, bits):
     count, height, width = planes.shape
     per_byte = 8 // bits
     out = np.empty((height * count, row_bytes(width, bits)), np.uint8)
+    if out.size == 0:  # no rows, or rows of no bytes (no planes: no buffer to reshape)
+        return out
     # A few rows at a time, through one buffer: the codes in the packed rows'
     # order, planes line-interleaved, each row run on with zero codes to a
     # whole number of bytes.
@@ -101,7 +103,9 @@ def unpack_rows(rows, width, bits):
     if bits == 1:
         return np.unpackbits(rows, axis=1, count=width)
     # np.take is many times faster than indexing the table with the rows.
-    return np.take(_CODE_TABLES[bits], rows, axis=0).reshape(rows.shape[0], -1)[:, :width]
+    # The row length spelt out: -1 cannot be worked out for no rows.
+    return np.take(_CODE_TABLES[bits], rows, axis=0).reshape(
+        rows.shape[0], rows.shape[1] * (8 // bits))[:, :width]
 
 
 def _code_table(bits):

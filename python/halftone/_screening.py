@@ -84,7 +84,13 @@ def find_screen(name):
         return name
     if not isinstance(name, str):
         raise TypeError(f"a screen is named by a str, not {type(name).__name__}")
-    index = library().halftone_find_screen(name.encode())
+    try:
+        encoded = name.encode()
+    except UnicodeEncodeError:
+        encoded = None
+    # A NUL would end the name early in C: "tone-push\0x" is no screen.
+    index = library().halftone_find_screen(encoded) \
+        if encoded is not None and b"\0" not in encoded else -1
     if index >= 0:
         return screens()[index]
     names = [s.id for s in screens()] + [s.entry for s in screens()]
@@ -106,6 +112,14 @@ def _whole_number(name, value, low, high):
 
 def _option_value(name, value):
     """The job value (bytes) for keyword option ``name``."""
+    encoded = _option_bytes(name, value)
+    if b"\0" in encoded:  # C would read the value only up to it
+        raise ValueError(f"{name} holds a NUL character: {value!r}")
+    return encoded
+
+
+def _option_bytes(name, value):
+    """``_option_value`` before the check for NUL characters."""
     if name in _PATH_OPTIONS:
         try:
             return os.fsencode(value)
@@ -180,6 +194,7 @@ class Job:
     def output_shape(self, rows):
         """(width, rows, row bytes) of the output of a band of ``rows`` source rows, the row
         bytes those of the library's packed rows (padded to 32 bits) that ``band`` returns."""
+        rows = _whole_number("rows", rows, 0, 0xFFFFFFFF)
         out_width, out_rows = ctypes.c_uint32(), ctypes.c_uint32()
         with self._lock:
             self._check(self._lib.halftone_job_output_shape(
@@ -191,12 +206,12 @@ class Job:
         """Screens the next rows of the page.
 
         ``planes``: uint8 array P x n x W (or n x W for one plane) holding the
-        next n rows of every plane. Returns the packed output rows, a uint8
-        array of shape (out_rows * P) x row_bytes, planes line-interleaved.
+        next n rows of every plane, read as ``halftone.screen`` reads images
+        (floats in [0, 1] are scaled; other dtypes raise ValueError). Returns
+        the packed output rows, a uint8 array of shape (out_rows * P) x
+        row_bytes, planes line-interleaved.
         """
-        planes = np.asarray(planes, dtype=np.uint8)
-        if planes.ndim == 2:
-            planes = planes[np.newaxis]
+        planes, _ = grey_planes(planes, allow_empty=True)
         return self._band(planes, None, None)
 
     def _band(self, planes, source, dots):
@@ -231,9 +246,7 @@ class Job:
         Whole-page screens and the turned utilities take the page in one call.
         """
         band_height = _whole_number("band_height", band_height, 1, 0xFFFFFFFF)
-        planes = np.asarray(planes, dtype=np.uint8)
-        if planes.ndim == 2:
-            planes = planes[np.newaxis]
+        planes, _ = grey_planes(planes, allow_empty=True)
         height = planes.shape[1]
         if self.screen.banding == "whole-page" or self.screen.layout != "same":
             band_height = height

@@ -147,6 +147,8 @@ def _count(path):
 
 def _check(paths, screen, fmt, planes, options):
     """Checks a batch's arguments before any task; returns the paths and the screen's row."""
+    if isinstance(paths, (str, bytes, os.PathLike)):
+        raise TypeError(f"paths must be a list of files, not the one file {paths!r}")
     info = _screening.find_screen(screen)  # KeyError with the closest names
     if fmt not in FORMATS:
         raise ValueError(f"format must be one of {', '.join(FORMATS)}, not {fmt!r}")
@@ -167,14 +169,23 @@ def screen_file(path, screen, out_dir, format="png", planes=1, **options):
     """Screens every page of one file in this process; returns the files written.
 
     The same as ``screen_files`` for one file, without a cluster: the
-    reference the cluster's results equal.
+    reference the cluster's results equal. When pages fail the others are
+    still written and a ``BatchError`` lists the failed ones.
     """
     (path,), info = _check([path], screen, format, planes, options)
-    count = page_count(path)
     os.makedirs(out_dir, exist_ok=True)
-    return [_screen_page(path, page, out_path, info.id, format, planes, options)
-            for path, page, out_path in output_paths([path], [count], out_dir, format,
-                                                     info.bits)]
+    count = _count(path)
+    if isinstance(count, PageError):
+        raise BatchError([count], [])
+    written, failures = [], []
+    for path, page, out_path in output_paths([path], [count], out_dir, format, info.bits):
+        try:
+            written.append(_screen_page(path, page, out_path, info.id, format, planes, options))
+        except PageError as error:
+            failures.append(error)
+    if failures:
+        raise BatchError(failures, written)
+    return written
 
 
 def _connect(client):

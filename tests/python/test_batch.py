@@ -72,25 +72,42 @@ def test_written_images_show_the_codes(client, pages, tmp_path, bits):
 
 
 def test_failures_name_the_page(client, pages, tmp_path):
-    broken, wide = tmp_path / "broken.png", tmp_path / "wide.png"
+    broken, wide, mixed = tmp_path / "broken.png", tmp_path / "wide.png", tmp_path / "mixed.tif"
     broken.write_bytes(b"not an image")
     Image.fromarray(np.zeros((4, 4), np.uint16)).save(wide)  # refused: not 8 bits
+    frames = [Image.fromarray(gradient(6, 5, seed=s)) for s in range(3)]
+    frames[1] = frames[1].convert("RGB")  # refused: colour
+    frames[0].save(mixed, save_all=True, append_images=frames[1:])
     screen = screen_of(1)
     with pytest.raises(batch.BatchError) as raised:
-        batch.screen_files([pages[0], str(broken), str(wide)], screen.id, tmp_path / "out",
-                           client=client)
+        batch.screen_files([pages[0], str(broken), str(wide), str(mixed)], screen.id,
+                           tmp_path / "out", client=client, seed_time=1)
     failed = raised.value.failures
-    assert [f.path for f in failed] == [str(broken), str(wide)]
+    assert [(f.path, f.page) for f in failed] == [(str(broken), 1), (str(wide), 1),
+                                                  (str(mixed), 2)]
     assert "cannot read" in str(failed[0]) and "8 bits" in str(failed[1])
+    assert f"{mixed} page 2: ValueError" in str(raised.value)
     assert str(broken) in str(raised.value) and str(wide) in str(raised.value)
-    assert [os.path.basename(w) for w in raised.value.written] == ["one.png"]
-    assert sorted(os.listdir(tmp_path / "out")) == ["one.png"]
+    kept = ["one.png", "mixed-1.png", "mixed-3.png"]
+    assert [os.path.basename(w) for w in raised.value.written] == kept
+    assert sorted(os.listdir(tmp_path / "out")) == sorted(kept)
+
+    # One by one, a failed page does not stop the file's later pages either.
+    with pytest.raises(batch.BatchError) as alone:
+        batch.screen_file(str(mixed), screen.id, tmp_path / "single", seed_time=1)
+    assert [(f.path, f.page) for f in alone.value.failures] == [(str(mixed), 2)]
+    assert [os.path.basename(w) for w in alone.value.written] == kept[1:]
+    for name in kept[1:]:
+        assert (tmp_path / "single" / name).read_bytes() == (tmp_path / "out" / name).read_bytes()
+    with pytest.raises(batch.BatchError, match="cannot read"):
+        batch.screen_file(str(broken), screen.id, tmp_path / "single")
 
 
 @pytest.mark.parametrize("call, error", [
     (lambda p, out: batch.screen_files(p, "no-such-screen", out), KeyError),
     (lambda p, out: batch.screen_files(p + p, screen_of(1).id, out), ValueError),
     (lambda p, out: batch.screen_files(p, screen_of(1).id, out, levels=[0, 9]), ValueError),
+    (lambda p, out: batch.screen_files(p[0], screen_of(1).id, out), TypeError),  # one path
 ])
 def test_bad_batches_write_nothing(client, pages, tmp_path, call, error):
     with pytest.raises(error):

@@ -24,7 +24,7 @@ def test_offline_install_carries_its_library(tmp_path):
     shutil.copytree(os.path.join(ROOT, "python"), source,
                     ignore=shutil.ignore_patterns("build", "*.egg-info", "__pycache__",
                                                   "libhalftone*"))
-    env = dict(os.environ, HALFTONE_LIBRARY=halftone.library_path(),
+    env = dict(os.environ, HALFTONE_LIBRARY=os.path.abspath(halftone.library_path()),
                PIP_DISABLE_PIP_VERSION_CHECK="1", PIP_ROOT_USER_ACTION="ignore")
     subprocess.run([sys.executable, "-m", "pip", "install", "-q", "--no-build-isolation",
                     "--no-index", "--no-deps", "--target", str(target), str(source)],

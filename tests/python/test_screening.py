@@ -40,6 +40,8 @@ def test_registry_rows_are_found_by_id_and_entry():
     ("Ordered-16", "did you mean ordered-16"),
     ("nope", "halftone.screens() lists them"),
     ("zzzzzzzzzzzz", "halftone.screens() lists them"),
+    ("tone-push\0x", "no screen named 'tone-push"),  # C would stop reading at the NUL
+    ("tone-p\udcffsh", "no screen named"),
 ])
 def test_unknown_names_suggest_only_close_ones(name, hint):
     with pytest.raises(KeyError, match=re.escape(hint)):
@@ -109,10 +111,34 @@ def test_codes_equal_the_programs_raw_output(screen, tool, tmp_path):
     ({"levels": "a,b"}, "levels='a,b': ."),
     ({"mode": 9}, "mode=9: ."),
     ({"threads": 0}, "threads=0: ."),
+    ({"data_folder": "/tmp\0/none"}, "data_folder holds a NUL character"),
+    ({"levels": "0,255\0,9"}, "levels holds a NUL character"),
 ])
 def test_bad_options_are_refused(kwargs, message):
     with pytest.raises(ValueError, match=message):
         halftone.screen(np.zeros((4, 4), np.uint8), BANDED[0].id, **kwargs)
+
+
+@pytest.mark.parametrize("call, message", [
+    (lambda job, page: job.page(page / 255.0, 5), None),  # scaled as screen() scales it
+    (lambda job, page: job.page(page.astype(np.int16) - 1, 5), "dtype int16 is not accepted"),
+    (lambda job, page: job.page(np.full(page.shape, np.nan), 5), "NaN"),
+    (lambda job, page: job.page(page[0], 5), "1 dimensions"),
+    (lambda job, page: job.band(page[np.newaxis, np.newaxis]), "4 dimensions"),
+    (lambda job, page: job.band(page.astype(np.float32) * 2), r"values in \[0, 1\]"),
+    (lambda job, page: job.output_shape(-1), "rows must be 0..4294967295"),
+    (lambda job, page: job.output_shape(2 ** 32 + 3), "rows must be 0..4294967295"),
+])
+def test_jobs_read_pages_as_screen_does(call, message):
+    page = gradient(20, 30)
+    with halftone.Job(BANDED[0].id, 30, **options(BANDED[0])) as job:
+        if message is None:
+            np.testing.assert_array_equal(
+                call(job, page)[0],
+                halftone.screen(page, BANDED[0].id, band_height=5, **options(BANDED[0])))
+        else:
+            with pytest.raises(ValueError, match=message):
+                call(job, page)
 
 
 def test_missing_data_file_is_a_library_error(tmp_path):
