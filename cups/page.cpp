@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
 namespace halftone::cups_filter {
@@ -92,6 +93,15 @@ std::uint32_t read_band(cups_raster_t* in, PagePlan const& plan, BandBuffers& bu
 std::string truncated_at(std::uint32_t line, PagePlan const& plan) {
   return "the raster stream ends after line " + std::to_string(line) + " of " +
          std::to_string(plan.page.height) + " (truncated input)";
+}
+
+std::string header_refused(bool input_ended) {
+  if (input_ended || g_stop) return "";
+  std::string why = "the page header is not valid CUPS raster";
+  char const* detail = cupsRasterErrorString();  // newer libcups say which field
+  if (detail == nullptr || detail[0] == '\0' || detail[0] == '\n')
+    return why + " (such as a width, height or line length of 0)";
+  return why + ": " + std::string(detail, std::strcspn(detail, "\n"));
 }
 
 std::string screen_band(halftone::Job& job, PagePlan const& plan, BandBuffers& buffers,

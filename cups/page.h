@@ -69,6 +69,12 @@ std::uint32_t read_band(cups_raster_t* in, PagePlan const& plan, BandBuffers& bu
 // Why a page read up to `line` of its lines is cut short.
 std::string truncated_at(std::uint32_t line, PagePlan const& plan);
 
+// Why cupsRasterReadHeader2 gave no next page: "" when the input has ended
+// (`input_ended`: a read found its end; the stream may have been cut inside a
+// header) or SIGTERM stopped it, else the header libcups refused, which must
+// not end the job as though the document were done.
+std::string header_refused(bool input_ended);
+
 // Screens `rows` grey rows of the buffers into output lines. Returns "" or why not.
 std::string screen_band(halftone::Job& job, PagePlan const& plan, BandBuffers& buffers,
                         std::uint32_t rows);

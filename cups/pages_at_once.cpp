@@ -58,8 +58,9 @@ struct Flight {
 
 class PagesAtOnce {
  public:
-  PagesAtOnce(Settings const& settings, ppd_file_t* ppd, unsigned threads, Output& out)
-      : settings_(settings), ppd_(ppd), threads_(threads), out_(out) {}
+  PagesAtOnce(bool const& input_ended, Settings const& settings, ppd_file_t* ppd, unsigned threads,
+              Output& out)
+      : input_ended_(input_ended), settings_(settings), ppd_(ppd), threads_(threads), out_(out) {}
 
   int run(cups_raster_t* in) {
     int status = 1;
@@ -87,7 +88,18 @@ class PagesAtOnce {
         ahead = flights_.size();
       }
       auto flight = std::make_unique<Flight>();
-      if (g_stop || !cupsRasterReadHeader2(in, &flight->header)) break;
+      if (g_stop) break;
+      if (!cupsRasterReadHeader2(in, &flight->header)) {
+        // A header libcups refuses is the writer's to report, in its turn.
+        flight->refused = header_refused(input_ended_);
+        if (flight->refused.empty()) break;
+        flight->number = ++number;
+        {
+          Lock lock(mutex_);
+          flights_.push_back(std::move(flight));
+        }
+        break;
+      }
       flight->number = ++number;
       // The cores the pages ahead of this one leave free go to its planes.
       const auto planes_threads = static_cast<unsigned>(threads_ / (ahead + 1));
@@ -231,7 +243,10 @@ class PagesAtOnce {
       page->worker.join();
       std::string fault;
       {
+        // The last band can be screened before the reader has let go of the
+        // page: it is freed below, so wait until its reading has ended.
         Lock lock(mutex_);
+        changed_.wait(lock, [&] { return page->read_ended; });
         fault = !page->screen_fault.empty() ? page->screen_fault : page->read_fault;
       }
       if (!fault.empty()) return fail(*page, fault);
@@ -281,6 +296,7 @@ class PagesAtOnce {
     return 0;
   }
 
+  bool const& input_ended_;  // read by the reading thread alone
   Settings const& settings_;
   ppd_file_t* ppd_;
   const std::size_t threads_;
@@ -295,8 +311,8 @@ class PagesAtOnce {
 
 }  // namespace
 
-int screen_pages_at_once(cups_raster_t* in, Settings const& settings, ppd_file_t* ppd,
-                         unsigned threads, Output& out) {
+int screen_pages_at_once(cups_raster_t* in, bool const& input_ended, Settings const& settings,
+                         ppd_file_t* ppd, unsigned threads, Output& out) {
   {
     Spool probe;  // a spool that cannot be made leaves the pages to one at a time
     if (std::string why = probe.open(); !why.empty()) {
@@ -304,7 +320,7 @@ int screen_pages_at_once(cups_raster_t* in, Settings const& settings, ppd_file_t
       return -1;
     }
   }
-  return PagesAtOnce(settings, ppd, threads, out).run(in);
+  return PagesAtOnce(input_ended, settings, ppd, threads, out).run(in);
 }
 
 }  // namespace halftone::cups_filter

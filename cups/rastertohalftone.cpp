@@ -29,22 +29,30 @@ namespace {
 
 extern "C" void on_terminate(int) { g_stop = true; }
 
-// Standard input read for libcups; a read broken by SIGTERM ends the stream.
+// The raster input as libcups reads it.
+struct Input {
+  int fd = 0;
+  bool ended = false;  // a read found the end (or failed, or SIGTERM broke it)
+};
+
+// The input read for libcups; a read broken by SIGTERM ends the stream.
 ssize_t read_input(void* context, unsigned char* buffer, std::size_t length) {
-  const int fd = *static_cast<int*>(context);
+  auto& input = *static_cast<Input*>(context);
   for (;;) {
-    const ssize_t n = ::read(fd, buffer, length);
-    if (n >= 0) return n;
-    if (errno != EINTR) return -1;
-    if (g_stop) return 0;
+    const ssize_t n = ::read(input.fd, buffer, length);
+    if (n > 0) return n;
+    if (n < 0 && errno == EINTR && !g_stop) continue;
+    input.ended = true;
+    return n < 0 && errno != EINTR ? -1 : 0;
   }
 }
 
 // Screens the stream's pages one at a time, each straight from the stream.
 class OnePageAtATime {
  public:
-  OnePageAtATime(Settings const& settings, ppd_file_t* ppd, unsigned threads, Output& out)
-      : settings_(settings), ppd_(ppd), threads_(threads), out_(out) {}
+  OnePageAtATime(Settings const& settings, ppd_file_t* ppd, unsigned threads, Output& out,
+                 bool const& input_ended)
+      : settings_(settings), ppd_(ppd), threads_(threads), out_(out), input_ended_(input_ended) {}
 
   // Returns the exit status.
   int run(cups_raster_t* in) {
@@ -52,6 +60,11 @@ class OnePageAtATime {
     while (!g_stop && cupsRasterReadHeader2(in, &header)) {
       ++page_number_;
       if (!screen_page(in, header)) return 1;
+    }
+    if (std::string why = header_refused(input_ended_); !why.empty()) {
+      ++page_number_;
+      fail(why);
+      return 1;
     }
     if (g_stop) {
       report("INFO", "Stopped on request after %d page(s)", page_number_);
@@ -100,18 +113,21 @@ class OnePageAtATime {
   ppd_file_t* ppd_;
   unsigned threads_;
   Output& out_;
+  bool const& input_ended_;
   int page_number_ = 0;
 };
 
 // Pages at once where there are cores for them, else one at a time.
-int screen_stream(cups_raster_t* in, Settings const& settings, ppd_file_t* ppd) {
+int screen_stream(cups_raster_t* in, bool const& input_ended, Settings const& settings,
+                  ppd_file_t* ppd) {
   const unsigned threads =
       settings.threads != 0 ? settings.threads : std::max(1u, std::thread::hardware_concurrency());
   Output out;
   if (threads > 1)
-    if (const int status = screen_pages_at_once(in, settings, ppd, threads, out); status >= 0)
+    if (const int status = screen_pages_at_once(in, input_ended, settings, ppd, threads, out);
+        status >= 0)
       return status;
-  return OnePageAtATime(settings, ppd, threads, out).run(in);
+  return OnePageAtATime(settings, ppd, threads, out, input_ended).run(in);
 }
 
 int run(int argc, char** argv) {
@@ -125,8 +141,8 @@ int run(int argc, char** argv) {
   action.sa_flags = 0;  // no restart: a blocked read returns and the filter stops
   sigaction(SIGTERM, &action, nullptr);
 
-  int fd = 0;
-  if (argc == 7 && (fd = ::open(argv[6], O_RDONLY)) < 0) {
+  Input input;
+  if (argc == 7 && (input.fd = ::open(argv[6], O_RDONLY)) < 0) {
     report("ERROR", "Cannot open %s: %s", argv[6], std::strerror(errno));
     return 1;
   }
@@ -149,16 +165,16 @@ int run(int argc, char** argv) {
   if (!refused.empty()) {
     report("ERROR", "%s", refused.c_str());
   } else {
-    cups_raster_t* in = cupsRasterOpenIO(read_input, &fd, CUPS_RASTER_READ);
+    cups_raster_t* in = cupsRasterOpenIO(read_input, &input, CUPS_RASTER_READ);
     if (in == nullptr) {
       report("ERROR", "No pages found: the input is empty or not a CUPS raster stream");
     } else {
-      status = screen_stream(in, settings, ppd);
+      status = screen_stream(in, input.ended, settings, ppd);
       cupsRasterClose(in);
     }
   }
   if (ppd != nullptr) ppdClose(ppd);
-  if (fd != 0) ::close(fd);
+  if (input.fd != 0) ::close(input.fd);
   return status;
 }
 

@@ -74,22 +74,47 @@ for model in Gray CMYK; do
     $model-in.ras >$model-alone.ras 2>$model-alone.log || fail "$model: the filter alone failed"
   cmp -s $model-alone.ras $model-out.ras || fail "$model: the filter alone wrote other bytes"
   grep -q "^PAGE: 2 1$" $model-alone.log || fail "$model: no PAGE: line for page 2"
-  # One page at a time, and a stream cut inside page 2 either way.
+  # One page at a time.
   PPD="$ppd" "$filter" 1 user title 1 "ColorModel=$model HalftoneSeedTime=$seed HalftoneThreads=1" \
     $model-in.ras >$model-serial.ras 2>$model-serial.log || fail "$model: one page at a time failed"
   cmp -s $model-serial.ras $model-out.ras || fail "$model: one page at a time wrote other bytes"
+
+  # Streams with a fault, either way: cut inside page 2; a page 3 header that
+  # libcups refuses (height 0), with pages after it that must not go unnoticed.
   head -c $(($(stat -c %s $model-in.ras) * 3 / 4)) $model-in.ras >$model-cut.ras
-  for threads in 1 2; do
-    status=0
-    PPD="$ppd" "$filter" 1 user title 1 "HalftoneThreads=$threads" $model-cut.ras \
-      >$model-cut-$threads.ras 2>$model-cut-$threads.log || status=$?
-    [ $status -ne 0 ] && grep -q "^PAGE: 1 1$" $model-cut-$threads.log &&
-      grep -q "^ERROR: Page 2: .*(truncated input)$" $model-cut-$threads.log ||
-      fail "$model, $threads thread(s): a stream cut in page 2: status $status, $(cat $model-cut-$threads.log)"
-  done
-  cmp -s <(grep ERROR $model-cut-1.log) <(grep ERROR $model-cut-2.log) ||
-    fail "$model: a cut stream is reported otherwise with pages at once"
+  head -c 1800 $model-in.ras | tail -c 1796 >$model-zero-height.header  # after the sync word
+  printf '\0\0\0\0' | dd of=$model-zero-height.header bs=1 seek=376 conv=notrunc status=none
+  cat $model-in.ras $model-zero-height.header <(tail -c +5 $model-in.ras) >$model-refused.ras
+  while read -r stream page message; do
+    for threads in 1 2; do
+      status=0
+      PPD="$ppd" "$filter" 1 user title 1 "HalftoneThreads=$threads" $model-$stream.ras \
+        >$model-$stream-$threads.ras 2>$model-$stream-$threads.log || status=$?
+      [ $status -ne 0 ] && grep -q "^PAGE: $((page - 1)) 1$" $model-$stream-$threads.log &&
+        grep -q "^ERROR: Page $page: .*$message" $model-$stream-$threads.log ||
+        fail "$model, $threads thread(s), $stream: status $status, $(cat $model-$stream-$threads.log)"
+    done
+    cmp -s <(grep ERROR $model-$stream-1.log) <(grep ERROR $model-$stream-2.log) ||
+      fail "$model: the $stream stream is reported otherwise with pages at once"
+  done <<'EOF'
+cut 2 (truncated input)$
+refused 3 not valid CUPS raster
+EOF
 done
+
+# Many pages in flight, each screened in one band so that pages turn over
+# fast: the same bytes as one page at a time (a sanitizer build also catches
+# a page freed while it is still being read).
+{
+  cat Gray-in.ras
+  for _ in $(seq 31); do tail -c +5 Gray-in.ras; done
+} >many.ras
+for threads in 1 3; do
+  PPD="$ppd" "$filter" 1 user title 1 \
+    "HalftoneSeedTime=$seed HalftoneBandHeight=4096 HalftoneThreads=$threads" many.ras \
+    >many-$threads.ras 2>many-$threads.log || fail "64 pages, $threads thread(s): $(tail -3 many-$threads.log)"
+done
+cmp -s many-1.ras many-3.ras || fail "64 pages at once wrote other bytes than one at a time"
 
 # Other screens on the captured rasters: 2 and 4 bits, a screen whose set bit is paper.
 alone() {  # INPUT OUTPUT OPTIONS
@@ -129,4 +154,4 @@ exec 3>&-
 grep -q "^INFO: Stopped" stopped.log || fail "SIGTERM: no INFO: line"
 [ "$("$check" pages stopped.ras)" = "569 825 1 1 3 0" ] || fail "SIGTERM: the page was not ended"
 
-echo "cups pipeline: grey and CMYK chains, three more screens, refusals and SIGTERM all pass"
+echo "cups pipeline: grey and CMYK chains, three more screens, faults, 64 pages at once, refusals and SIGTERM all pass"
