@@ -117,17 +117,20 @@ halftone_job* halftone_job_new(const char* screen, uint32_t width, uint32_t plan
      "mode"          the mode that selects the tone curves: 0-5 or 11-17 (default 0)
      "seed-time"     seconds for the random screens (default: the clock, or the
                      seconds pinned process-wide)
-     "data-folder"   where "ToneAry.ham" (and relative data names) are looked up
+     "data-folder"   where "ToneAry.ham" is looked up
      "pattern", "pattern2", "matrix", "blocks"
-                     paths of the data files the screen reads
-     "pattern-size"  "WxH" of the pattern banks (default: the screen's, else 16x16)
+                     paths of the data files the screen reads (a relative
+                     path is taken from the working directory)
+     "pattern-size"  "WxH" of the pattern bank, for the screens that read one
+                     (default: the screen's, else 16x16); a screen with a
+                     size of its own (info.pattern_width) takes only that
      "threads"       planes screened at once, 1-64 (default 1); the output
                      is the same whatever the count. Where four planes in
                      vector lanes on one thread may beat them, the job's
                      first bands are timed both ways and the rest take
                      the faster
    Returns 0, HALFTONE_ERR_UNKNOWN_KEY, HALFTONE_ERR_BAD_VALUE,
-   HALFTONE_ERR_SEQUENCE or HALFTONE_ERR_ARGUMENT. */
+   HALFTONE_ERR_SEQUENCE, HALFTONE_ERR_ARGUMENT or HALFTONE_ERR_NO_MEMORY. */
 int halftone_job_set(halftone_job* job, const char* key, const char* value);
 
 /* Output of a band of `rows` source rows: its width in pixels, its rows and
@@ -144,7 +147,10 @@ int halftone_job_output_shape(const halftone_job* job, uint32_t rows, uint32_t* 
    bytes of a wider stride beyond that are left as they are.
    Whole-page screens (HALFTONE_BANDING_WHOLE_PAGE) take the whole page in one
    call: each call is a page of its own. Screens whose pattern or tile phase
-   restarts with each call (banding BANDED) restart it with each band. */
+   restarts with each call (banding BANDED) restart it with each band.
+   A band is at most 2147483647 rows, and each stride must address all of the
+   band's lines within the address space (no negative strides); anything else
+   is HALFTONE_ERR_ARGUMENT, with nothing read or written. */
 int halftone_job_band(halftone_job* job, const unsigned char* source, size_t source_stride,
                       unsigned char* dots, size_t dots_stride, uint32_t rows);
 
@@ -154,6 +160,7 @@ int halftone_job_finish(halftone_job* job);
 /* Why the job's last call failed; "" when it succeeded. */
 const char* halftone_job_error(const halftone_job* job);
 
+/* Frees the job (NULL is ignored). Free a job once, and use it no more. */
 void halftone_job_free(halftone_job* job);
 
 #ifdef __cplusplus

@@ -5,9 +5,11 @@
 // clang-format on
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <string>
@@ -150,6 +152,8 @@ int halftone_job::set(std::string_view key, char const* value) {
                                             : blocks;
     slot = std::string(v);
   } else if (key == "pattern-size") {
+    if (!reads(HALFTONE_NEEDS_PATTERN | HALFTONE_NEEDS_PATTERN2))
+      return fail(HALFTONE_ERR_BAD_VALUE, std::string(info().id) + " reads no pattern bank");
     const std::size_t x = v.find('x');
     long long w = 0, h = 0;
     if (x == std::string_view::npos || !parse_number(v.substr(0, x), 8, 256, w) || w % 8 != 0 ||
@@ -158,6 +162,12 @@ int halftone_job::set(std::string_view key, char const* value) {
                   "\"pattern-size\" is WxH, W a multiple of 8 from 8 to 256, H 1-256, such as "
                   "\"16x16\"; got \"" +
                       std::string(v) + "\"");
+    // A screen with a tile of its own reads banks of that size only.
+    if (info().pattern_width != 0 && (w != info().pattern_width || h != info().pattern_height))
+      return fail(HALFTONE_ERR_BAD_VALUE, std::string(info().id) + " reads patterns of " +
+                                              std::to_string(info().pattern_width) + "x" +
+                                              std::to_string(info().pattern_height) +
+                                              " only; got \"" + std::string(v) + "\"");
     pattern_width = static_cast<int>(w);
     pattern_height = static_cast<int>(h);
     pattern_size_set = true;
@@ -174,6 +184,7 @@ int halftone_job::set(std::string_view key, char const* value) {
                     "pattern-size, matrix, blocks, threads");
   }
   prepared = false;  // data and tone setup are redone for the next page
+  error.clear();
   return HALFTONE_OK;
 }
 
@@ -241,6 +252,10 @@ int halftone_job::band(unsigned char const* source, std::size_t source_stride, u
                        std::size_t dots_stride, std::uint32_t rows) {
   if (source == nullptr || dots == nullptr)
     return fail(HALFTONE_ERR_ARGUMENT, "no source or output buffer given");
+  // The entry points of signed sizes would screen nothing at all.
+  if (rows > static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max()))
+    return fail(HALFTONE_ERR_ARGUMENT,
+                "a band is at most 2147483647 rows; got " + std::to_string(rows));
   std::uint32_t out_width = 0, out_rows = 0;
   halftone_job_output_shape(this, rows, &out_width, &out_rows, nullptr);
   // The least output stride: the bytes the row's pixels fill.
@@ -254,6 +269,22 @@ int halftone_job::band(unsigned char const* source, std::size_t source_stride, u
     return fail(HALFTONE_ERR_ARGUMENT, "the output stride " + std::to_string(dots_stride) +
                                            " is less than the row of " + std::to_string(out_bytes) +
                                            " bytes");
+  // Every line of the band must be addressable: no stride wraps around.
+  const std::size_t lines = static_cast<std::size_t>(rows) * planes;
+  const std::size_t out_lines = static_cast<std::size_t>(out_rows) * planes;
+  const auto spans = [](std::size_t stride, std::size_t line_count, std::size_t row) {
+    const std::size_t largest =
+        static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
+    return line_count < 2 || stride <= (largest - row) / (line_count - 1);
+  };
+  const auto too_wide = [&](char const* which, std::size_t stride, std::uint32_t count) {
+    return fail(HALFTONE_ERR_ARGUMENT, std::string("the ") + which + " stride " +
+                                           std::to_string(stride) + " cannot address " +
+                                           std::to_string(count) + " rows of " +
+                                           std::to_string(planes) + " planes in memory");
+  };
+  if (!spans(source_stride, lines, width)) return too_wide("source", source_stride, rows);
+  if (!spans(dots_stride, out_lines, out_bytes)) return too_wide("output", dots_stride, out_rows);
   const bool whole_page = info().banding == HALFTONE_BANDING_WHOLE_PAGE;
   if (!in_page && !prepared) {
     const int code = prepare();
@@ -266,8 +297,6 @@ int halftone_job::band(unsigned char const* source, std::size_t source_stride, u
 
   const std::size_t lib_source = halftone::source_stride(width);
   const std::size_t lib_dots = halftone::output_stride(*screen, out_width);
-  const std::size_t lines = static_cast<std::size_t>(rows) * planes;
-  const std::size_t out_lines = static_cast<std::size_t>(out_rows) * planes;
   // Rows at other strides are copied to and from buffers at the library's.
   unsigned char const* src = source;
   unsigned char* out = dots;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <random>
@@ -357,6 +358,10 @@ TEST(Job, BadCallsGetACodeAndAReason) {
       {"pattern-tiled", "pattern-size", "16x16", 0},
       {"pattern-tiled", "pattern-size", "12x16", HALFTONE_ERR_BAD_VALUE},
       {"pattern-tiled", "pattern-size", "16x0", HALFTONE_ERR_BAD_VALUE},
+      {"pattern-256", "pattern-size", "256x256", 0},
+      {"pattern-256", "pattern-size", "16x16", HALFTONE_ERR_BAD_VALUE},  // its tile is 256 x 256
+      {"pattern2-256", "pattern-size", "256x128", HALFTONE_ERR_BAD_VALUE},
+      {"tone-push", "pattern-size", "16x16", HALFTONE_ERR_BAD_VALUE},  // reads no bank
       {"pattern-tiled", "threads", "0", HALFTONE_ERR_BAD_VALUE},
       {"pattern-tiled", "colour", "red", HALFTONE_ERR_UNKNOWN_KEY},
       {"pattern-tiled", "pattern", nullptr, HALFTONE_ERR_ARGUMENT},
@@ -364,8 +369,10 @@ TEST(Job, BadCallsGetACodeAndAReason) {
   for (Case const& c : cases) {
     halftone_job* job = halftone_job_new(c.screen, 16, 1);
     ASSERT_NE(job, nullptr);
+    // A reason left by an earlier failed call goes once a call succeeds.
+    EXPECT_EQ(halftone_job_set(job, "colour", "red"), HALFTONE_ERR_UNKNOWN_KEY);
     EXPECT_EQ(halftone_job_set(job, c.key, c.value), c.code) << c.screen << " " << c.key;
-    EXPECT_EQ(std::string(halftone_job_error(job)).empty(), c.code == 0) << c.key;
+    EXPECT_EQ(std::string(halftone_job_error(job)).empty(), c.code == 0) << c.key << " " << c.value;
     halftone_job_free(job);
   }
 
@@ -391,12 +398,37 @@ TEST(Job, BadCallsGetACodeAndAReason) {
     halftone_job_free(job);
   }
 
-  // Strides too small, null buffers, keys during a page.
+  // Strides too small or too large to address the band's lines, null
+  // buffers, bands of more rows than the entry points take: refused before
+  // anything is read or written. A huge stride over a single line is fine.
+  const struct {
+    unsigned char const* source;
+    std::size_t source_stride;
+    unsigned char* dots;
+    std::size_t dots_stride;
+    std::uint32_t rows;
+    int code;
+  } bands[] = {{src, 15, dots, 4, 1, HALFTONE_ERR_ARGUMENT},
+               {src, 16, dots, 1, 1, HALFTONE_ERR_ARGUMENT},
+               {nullptr, 16, dots, 4, 1, HALFTONE_ERR_ARGUMENT},
+               {src, 16, nullptr, 4, 1, HALFTONE_ERR_ARGUMENT},
+               {src, SIZE_MAX / 2, dots, 4, 2, HALFTONE_ERR_ARGUMENT},
+               {src, 16, dots, SIZE_MAX / 2, 2, HALFTONE_ERR_ARGUMENT},
+               {src, std::size_t{0} - 16, dots, 4, 2, HALFTONE_ERR_ARGUMENT},  // a "negative" one
+               {src, 16, dots, 4, 0x80000000u, HALFTONE_ERR_ARGUMENT},
+               {src, SIZE_MAX, dots, SIZE_MAX, 1, 0}};
   halftone_job* job = halftone_job_new("tone-push", 16, 1);
-  EXPECT_EQ(halftone_job_band(job, src, 15, dots, 4, 1), HALFTONE_ERR_ARGUMENT);
-  EXPECT_EQ(halftone_job_band(job, src, 16, dots, 1, 1), HALFTONE_ERR_ARGUMENT);
-  EXPECT_EQ(halftone_job_band(job, nullptr, 16, dots, 4, 1), HALFTONE_ERR_ARGUMENT);
-  EXPECT_EQ(halftone_job_band(job, src, 16, dots, 4, 1), 0);
+  for (auto const& b : bands) {
+    std::fill(std::begin(dots), std::end(dots), 0xA5);
+    EXPECT_EQ(halftone_job_band(job, b.source, b.source_stride, b.dots, b.dots_stride, b.rows),
+              b.code)
+        << b.source_stride << " " << b.dots_stride << " " << b.rows;
+    EXPECT_EQ(std::string(halftone_job_error(job)).empty(), b.code == 0);
+    if (b.code != 0) {
+      EXPECT_EQ(std::count(std::begin(dots), std::end(dots), 0xA5), 4) << "output was written";
+    }
+  }
+  // Keys during a page.
   EXPECT_EQ(halftone_job_set(job, "mode", "1"), HALFTONE_ERR_SEQUENCE);
   EXPECT_EQ(halftone_job_finish(job), 0);
   EXPECT_EQ(halftone_job_set(job, "mode", "1"), 0);
