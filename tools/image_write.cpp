@@ -76,8 +76,9 @@ class StreamWriter : public Writer {
   [[noreturn]] void write_failed() const {
     throw WriteError("cannot write " + name_ + ": " + std::strerror(errno));
   }
+  // Also fails where an earlier write to the stream failed unreported.
   void flush() {
-    if (std::fflush(out_) != 0) write_failed();
+    if (std::fflush(out_) != 0 || std::ferror(out_)) write_failed();
   }
   std::FILE* out_;
   std::string name_;
@@ -340,7 +341,7 @@ class TiffWriter final : public StreamWriter {
     tiff().Cleanup(t);
     if (!flushed) failed();
     if (spool_ != nullptr) {
-      if (std::fflush(spool_) != 0) write_failed();
+      if (std::fflush(spool_) != 0 || std::ferror(spool_)) write_failed();
       std::rewind(spool_);
       unsigned char buffer[1 << 16];
       std::size_t got = 0;

@@ -275,7 +275,6 @@ class WrittenPage final : public HeldPage {
         writer_(std::move(writer)),
         target_(target),
         sink_(*writer_, picture_a_plane, bits, top_code, std::move(names)) {}
-  ~WrittenPage() override { std::fclose(file_); }
   WrittenPage(WrittenPage const&) = delete;
   WrittenPage& operator=(WrittenPage const&) = delete;
 
@@ -289,11 +288,16 @@ class WrittenPage final : public HeldPage {
     writer_->finish();
   }
   void hand_on(PageSink& /*out*/) override {
-    if (begun_) target_.append_written(file_);
+    if (begun_) target_.append_written(file_.get());
   }
 
  private:
-  std::FILE* file_;
+  struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  // Closed after the writer goes: a page given up unfinished (its run
+  // failed) is still flushed into the file as its writer is destroyed.
+  std::unique_ptr<std::FILE, Close> file_;
   std::unique_ptr<image::Writer> writer_;
   image::Writer& target_;
   PictureSink sink_;
