@@ -1,9 +1,13 @@
 #include "image_input.h"
 
 #include <sys/stat.h>
+#if !defined(_WIN32)
+#include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 namespace halftone::image {
@@ -78,7 +82,7 @@ bool Input::skip(std::uint64_t size) {
 std::FILE* Input::seekable() {
   if (prefix_used_ == 0 && std::fseek(file_, -static_cast<long>(prefix_size_), SEEK_CUR) == 0)
     return file_;
-  copy_ = std::tmpfile();
+  copy_ = temporary_stream();
   if (copy_ == nullptr) fail(std::string("cannot make a temporary copy: ") + std::strerror(errno));
   unsigned char buffer[1 << 16];
   std::size_t got = 0;
@@ -215,6 +219,26 @@ std::unique_ptr<Reader> open_input(std::unique_ptr<detail::Input> in) {
 }
 
 }  // namespace
+
+std::FILE* temporary_stream() {
+#if defined(_WIN32)
+  return std::tmpfile();
+#else
+  char const* folder = std::getenv("TMPDIR");  // a print system's own folder
+  std::string path =
+      std::string(folder != nullptr && folder[0] != '\0' ? folder : "/tmp") + "/halftone-XXXXXX";
+  const int fd = ::mkstemp(path.data());
+  if (fd < 0) return nullptr;
+  ::unlink(path.c_str());
+  std::FILE* file = ::fdopen(fd, "w+b");
+  if (file == nullptr) {
+    const int error = errno;
+    ::close(fd);
+    errno = error;
+  }
+  return file;
+#endif
+}
 
 std::unique_ptr<Reader> open_reader(std::FILE* stream, std::string const& name) {
   return open_input(std::make_unique<detail::Input>(stream, false, name));

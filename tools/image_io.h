@@ -77,6 +77,10 @@ std::unique_ptr<Reader> open_reader(std::string const& path);
 // copied to a temporary file.
 std::unique_ptr<Reader> open_reader(std::FILE* stream, std::string const& name);
 
+// An unnamed temporary file open for update, in $TMPDIR (else /tmp), gone
+// when closed; NULL with errno set where none can be made.
+std::FILE* temporary_stream();
+
 enum class Format { Pbm, Pgm, Pam, Png, Tiff, Raw };
 
 // "pbm", "pgm", "pam", "png", "tif"/"tiff", "raw" (any case).

@@ -232,7 +232,7 @@ class TiffWriter final : public StreamWriter {
     const int fd = ::fileno(out);
     std::FILE* target = out;
     if (fd < 0 || ::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || ::ftello(out) != 0) {
-      spool_ = std::tmpfile();
+      spool_ = temporary_stream();
       if (spool_ == nullptr) write_failed();
       target = spool_;
     }

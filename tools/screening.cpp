@@ -51,7 +51,7 @@ std::string spool_error(char const* what) {
 }
 
 std::FILE* temporary_file() {
-  std::FILE* file = std::tmpfile();
+  std::FILE* file = image::temporary_stream();
   if (file == nullptr) throw image::WriteError(spool_error("make"));
   return file;
 }
