@@ -72,7 +72,7 @@ class JpegReader final : public Reader {
   char const* format() const override { return "JPEG"; }
 
   void read_rows(unsigned char* out, std::size_t stride, std::uint32_t rows) override {
-    for (std::uint32_t r = 0; r < rows; ++r, out += stride) {
+    for (std::uint32_t r = 0; r < rows; ++r, out += stride * shape_.planes) {
       if (info_.output_scanline >= info_.output_height) in_->fail("read past the last row");
       JSAMPROW row = row_.data();
       if (!guarded([&] { jpeg_read_scanlines(&info_, &row, 1); })) fail();
