@@ -142,6 +142,10 @@ void to_planes(Colour colour, unsigned char const* s, std::uint32_t width, unsig
         for (std::size_t p = 0; p < 4; ++p)
           out[p * plane_step + x] = static_cast<unsigned char>(255 - s[p]);
       break;
+    case Colour::CmykInverted:
+      for (std::uint32_t x = 0; x < width; ++x, s += 4)
+        for (std::size_t p = 0; p < 4; ++p) out[p * plane_step + x] = s[p];
+      break;
   }
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 #include <tiffio.h>
 
+#include <csetjmp>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -55,7 +56,9 @@ class Input {
 };
 
 // How the samples of a pixel turn into planes.
-enum class Colour { Grey, GreyAlpha, Rgb, RgbAlpha, Cmyk };
+// CmykInverted: inks stored as 255 - ink (Adobe's CMYK JPEGs), so each
+// sample is already the plane's grey.
+enum class Colour { Grey, GreyAlpha, Rgb, RgbAlpha, Cmyk, CmykInverted };
 int channels_of(Colour colour);
 // `samples` holds width pixels of channels_of(colour) 8-bit samples; plane p
 // of the row is written at out + p * plane_step (CMYK gives four planes).
@@ -72,6 +75,17 @@ struct SampleScale {
   bool invert = false;
   void apply(unsigned char const* in, std::uint32_t count, unsigned char* out) const;
 };
+
+// Runs calls into a C library that reports an error by a long jump to
+// `jump` (libpng, libjpeg): true when they return, false when the library
+// jumped back. The calls must leave no C++ object needing destruction on the
+// way.
+template <class Call>
+bool guarded(std::jmp_buf& jump, Call&& call) {
+  if (setjmp(jump)) return false;
+  call();
+  return true;
+}
 
 // A declared page size within the limits, or an Error naming it.
 void check_page_size(Input const& in, std::uint64_t width, std::uint64_t height);

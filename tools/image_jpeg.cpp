@@ -7,7 +7,6 @@
 #include <jerror.h>
 #include <jpeglib.h>
 
-#include <csetjmp>
 #include <vector>
 
 #include "image_input.h"
@@ -51,9 +50,8 @@ class JpegReader final : public Reader {
       case JCS_CMYK:
       case JCS_YCCK:
         info_.out_color_space = JCS_CMYK;
-        colour_ = Colour::Cmyk;
         // Adobe's files keep every ink inverted (0 full ink).
-        inverted_ = info_.saw_Adobe_marker;
+        colour_ = info_.saw_Adobe_marker ? Colour::CmykInverted : Colour::Cmyk;
         break;
       default:
         info_.out_color_space = JCS_RGB;
@@ -62,7 +60,7 @@ class JpegReader final : public Reader {
     if (!guarded([&] { jpeg_start_decompress(&info_); })) fail();
     shape_.width = info_.output_width;
     shape_.height = info_.output_height;
-    shape_.planes = colour_ == Colour::Cmyk ? 4 : 1;
+    shape_.planes = info_.out_color_space == JCS_CMYK ? 4 : 1;
     const double per_inch = info_.density_unit == 1 ? 1 : info_.density_unit == 2 ? 2.54 : 0;
     shape_.x_dpi = info_.X_density * per_inch;
     shape_.y_dpi = info_.Y_density * per_inch;
@@ -76,8 +74,6 @@ class JpegReader final : public Reader {
       if (info_.output_scanline >= info_.output_height) in_->fail("read past the last row");
       JSAMPROW row = row_.data();
       if (!guarded([&] { jpeg_read_scanlines(&info_, &row, 1); })) fail();
-      if (inverted_)
-        for (unsigned char& sample : row_) sample = static_cast<unsigned char>(255 - sample);
       to_planes(colour_, row_.data(), shape_.width, out, stride);
     }
   }
@@ -86,13 +82,9 @@ class JpegReader final : public Reader {
   bool skip_page() override { return false; }
 
  private:
-  // Runs libjpeg calls that may report an error by jumping back here; the
-  // calls must leave no C++ object needing destruction on the way.
   template <class Call>
   bool guarded(Call&& call) {
-    if (setjmp(jump_)) return false;
-    call();
-    return true;
+    return detail::guarded(jump_, call);
   }
   [[noreturn]] void fail() const { in_->fail(message_[0] ? message_ : "malformed JPEG"); }
 
@@ -159,7 +151,6 @@ class JpegReader final : public Reader {
   jpeg_source_mgr source_{};
   std::jmp_buf jump_;
   Colour colour_ = Colour::Grey;
-  bool inverted_ = false;
   std::vector<unsigned char> row_;
   unsigned char buffer_[1 << 16];
   char message_[JMSG_LENGTH_MAX + 80] = {};

@@ -1,7 +1,6 @@
 // PNG through libpng, a row at a time (interlaced files are read whole).
 #include <png.h>
 
-#include <csetjmp>
 #include <cstring>
 #include <vector>
 
@@ -106,13 +105,9 @@ class PngReader final : public Reader {
   bool streams() const override { return whole_.empty(); }
 
  private:
-  // Runs libpng calls that may report an error by jumping back here; the
-  // calls must leave no C++ object needing destruction on the way.
   template <class Call>
   bool guarded(Call&& call) {
-    if (setjmp(png_jmpbuf(png_))) return false;
-    call();
-    return true;
+    return detail::guarded(png_jmpbuf(png_), call);
   }
   [[noreturn]] void fail() const { in_->fail(message_[0] ? message_ : "malformed PNG"); }
 

@@ -203,9 +203,8 @@ class PngWriter final : public StreamWriter {
 
   template <class Call>
   void guard(Call&& call) {
-    if (setjmp(png_jmpbuf(handles_.png)))
+    if (!detail::guarded(png_jmpbuf(handles_.png), call))
       throw WriteError("cannot write " + name_ + ": " + message_);
-    call();
   }
   static void on_error(png_structp png, png_const_charp message) {
     auto* self = static_cast<PngWriter*>(png_get_error_ptr(png));
